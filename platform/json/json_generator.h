@@ -1,0 +1,54 @@
+// Objects that write themselves as JSON.
+#pragma once
+
+#include "platform/export.h"
+
+#include <string>
+#include <string_view>
+
+struct yajl_gen_t;
+
+/// The interface of objects that write themselves through a yajl generator.
+class BACKUP_PLATFORM_EXPORT JSON_Generator
+{
+public:
+    virtual ~JSON_Generator() = default;
+
+    /// Writes exactly one JSON value. Returns false when the value could not be written whole.
+    virtual bool generate(yajl_gen_t* gen) = 0;
+};
+
+/// A yajl generator together with the text that it has written.
+class BACKUP_PLATFORM_EXPORT JSON_Text
+{
+public:
+    enum Style
+    {
+        COMPACT,
+        PRETTY ///< indented by four blanks
+    };
+
+    explicit JSON_Text(Style style = COMPACT);
+    JSON_Text(const JSON_Text&) = delete;
+    JSON_Text& operator=(const JSON_Text&) = delete;
+    ~JSON_Text();
+
+    /// The generator to write to; owned by this object.
+    yajl_gen_t* get() const { return gen_; }
+
+    /// What was written so far; valid until the next write.
+    std::string_view view() const { return text_; }
+
+    /// Hands the text over and starts anew.
+    std::string take();
+
+    /// Forgets the text, keeps its room, starts anew.
+    void clear();
+
+private:
+    std::string text_;
+    yajl_gen_t* gen_;
+};
+
+/// The JSON text of `object`; empty when its `generate` returns false. Exceptions of `generate` pass through.
+BACKUP_PLATFORM_EXPORT std::string to_json(JSON_Generator& object);

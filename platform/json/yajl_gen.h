@@ -1,0 +1,132 @@
+// Writing JSON through a yajl generator.
+//
+// The output is always valid JSON: a byte that is not part of valid UTF-8 is written as U+FFFD, reals that are not
+// finite are refused. Objects of these classes belong to one thread at a time, like the generator that they write to.
+#pragma once
+
+#include "platform/export.h"
+#include "platform/json/value.h"
+#include "platform/text/posix_time.h"
+
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+struct yajl_gen_t;
+
+/// Streams keys and values into a yajl generator: `gen << "seq"_key << seq`.
+class BACKUP_PLATFORM_EXPORT YAJL_Gen
+{
+public:
+    /// A text with its length; made from a literal (`"seq"_key`) its length and its plainness (nothing in it needs an
+    /// escape) are known at compile time. Does not own the text.
+    struct Str
+    {
+        constexpr Str(const char* characters, std::size_t count, bool needs_no_escape = false)
+            : text(characters), length(count), plain(needs_no_escape)
+        {
+        }
+        constexpr Str(const char* characters) : Str(characters, std::char_traits<char>::length(characters)) {}
+
+        const char* text;
+        std::size_t length;
+        bool plain;
+    };
+
+    /// Wraps `gen`, which must not be null. With `own` the destructor frees it.
+    explicit YAJL_Gen(yajl_gen_t* gen, bool own = false) noexcept : gen_(gen), own_(own) {}
+    YAJL_Gen(const YAJL_Gen&) = delete;
+    YAJL_Gen& operator=(const YAJL_Gen&) = delete;
+    ~YAJL_Gen();
+
+    yajl_gen_t* get() const noexcept { return gen_; }
+
+    // Texts: keys and values alike. A null pointer is written as the empty text.
+    const YAJL_Gen& operator<<(const Str& text) const;
+    const YAJL_Gen& operator<<(const std::string& text) const { return *this << std::string_view(text); }
+    const YAJL_Gen& operator<<(std::string_view text) const;
+    const YAJL_Gen& operator<<(const char* text) const
+    {
+        return *this << (text == nullptr ? std::string_view() : std::string_view(text));
+    }
+    const YAJL_Gen& operator<<(const POSIX_Time_To_ISO8601& time) const { return *this << time.view(); }
+
+    const YAJL_Gen& operator<<(std::same_as<bool> auto boolean) const { return write_bool(boolean); }
+
+    template <json_spirit::Value_Integer T>
+    const YAJL_Gen& operator<<(T integer) const
+    {
+        if constexpr (std::signed_integral<T>)
+        {
+            return write_int(integer);
+        }
+        else
+        {
+            return write_uint(integer);
+        }
+    }
+
+    /// A whole JSON value, as `yajl_gen_value` writes it.
+    const YAJL_Gen& operator<<(const json_spirit::Value& value) const;
+    const YAJL_Gen& operator<<(const json_spirit::Object& object) const;
+    const YAJL_Gen& operator<<(const json_spirit::Array& array) const;
+
+private:
+    const YAJL_Gen& write_bool(bool boolean) const;
+    const YAJL_Gen& write_int(std::int64_t integer) const;
+    const YAJL_Gen& write_uint(std::uint64_t integer) const;
+
+    yajl_gen_t* gen_;
+    bool own_;
+};
+
+/// A key whose length is known at compile time.
+consteval YAJL_Gen::Str operator""_key(const char* text, std::size_t length)
+{
+    bool plain = true;
+    for (std::size_t i = 0; i < length; ++i)
+    {
+        const char c = text[i];
+        plain = plain && c >= 0x20 && c < 0x7f && c != '"' && c != '\\' && c != '/';
+    }
+    return {text, length, plain};
+}
+
+/// Opens a map and closes it at the end of the scope, on every path.
+class BACKUP_PLATFORM_EXPORT YAJL_Map_Guard
+{
+public:
+    explicit YAJL_Map_Guard(yajl_gen_t* gen);
+    explicit YAJL_Map_Guard(const YAJL_Gen& gen) : YAJL_Map_Guard(gen.get()) {}
+    YAJL_Map_Guard(const YAJL_Map_Guard&) = delete;
+    YAJL_Map_Guard& operator=(const YAJL_Map_Guard&) = delete;
+    ~YAJL_Map_Guard();
+
+private:
+    yajl_gen_t* gen_;
+};
+
+/// Opens an array and closes it at the end of the scope, on every path.
+class BACKUP_PLATFORM_EXPORT YAJL_Array_Guard
+{
+public:
+    explicit YAJL_Array_Guard(yajl_gen_t* gen);
+    explicit YAJL_Array_Guard(const YAJL_Gen& gen) : YAJL_Array_Guard(gen.get()) {}
+    YAJL_Array_Guard(const YAJL_Array_Guard&) = delete;
+    YAJL_Array_Guard& operator=(const YAJL_Array_Guard&) = delete;
+    ~YAJL_Array_Guard();
+
+private:
+    yajl_gen_t* gen_;
+};
+
+/// Writes one whole JSON value. Secrets are written in clear: only into a document that is being sent. Returns false,
+/// and writes nothing, for a value that holds a real which is not finite; false also when the generator refuses.
+BACKUP_PLATFORM_EXPORT bool yajl_gen_value(yajl_gen_t* gen, const json_spirit::Value& value);
+BACKUP_PLATFORM_EXPORT bool yajl_gen_value(yajl_gen_t* gen, const json_spirit::Object& object);
+BACKUP_PLATFORM_EXPORT bool yajl_gen_value(yajl_gen_t* gen, const json_spirit::Array& array);
+
+/// Writes `text`, which must be one valid JSON value, as it stands. Not checked here.
+BACKUP_PLATFORM_EXPORT bool yajl_gen_raw(yajl_gen_t* gen, std::string_view text);
