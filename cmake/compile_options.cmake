@@ -44,6 +44,9 @@ endif()
 
 find_program(CCACHE ccache)
 if(CCACHE)
-  # With precompiled headers ccache has to be told that __TIME__ and the macros of the header may be taken as equal.
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${CCACHE})
+  # With precompiled headers ccache has to be told that __TIME__ and the macros of the header may be taken as equal. Paths
+  # below the build folder count as relative, so that several build folders share what they compile.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+      ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros CCACHE_BASEDIR=${PROJECT_BINARY_DIR}
+      CCACHE_NOHASHDIR=1 ${CCACHE})
 endif()

@@ -6,25 +6,21 @@
 #pragma once
 
 #include "platform/export.h"
+#include "platform/text/source_location.h"
 
 #include <ace/Log_Msg.h>
-
-#include <source_location>
 
 /// A format with ACE's directives, and the place where it was written down.
 struct Log_Format
 {
     const char* text;
-    std::source_location where;
+    Source_Location where;
 
-    Log_Format(const char* format, std::source_location place = std::source_location::current())
-        : text(format), where(place)
-    {
-    }
+    Log_Format(const char* format, Source_Location place = Source_Location::current()) : text(format), where(place) {}
 };
 
 /// Sets the place for the next message of this thread.
-BACKUP_PLATFORM_EXPORT void set_log_place(const std::source_location& where);
+BACKUP_PLATFORM_EXPORT void set_log_place(Source_Location where);
 
 /// Logs `format` with `arguments`, which must fit its directives (they are passed as C variadic arguments).
 template <class... Arguments>
@@ -35,8 +31,7 @@ void log_at(ACE_Log_Priority priority, Log_Format format, Arguments... arguments
 }
 
 /// Logs, at LM_EMERGENCY, that the argument called `name` is null or an empty text. Always returns false.
-BACKUP_PLATFORM_EXPORT bool log_null_or_empty(const char* name,
-                                              std::source_location where = std::source_location::current());
+BACKUP_PLATFORM_EXPORT bool log_null_or_empty(const char* name, Source_Location where = Source_Location::current());
 
 /// Logs, at LM_EMERGENCY, that the argument called `name` is null. Always returns false.
-BACKUP_PLATFORM_EXPORT bool log_null(const char* name, std::source_location where = std::source_location::current());
+BACKUP_PLATFORM_EXPORT bool log_null(const char* name, Source_Location where = Source_Location::current());
