@@ -1,6 +1,6 @@
 // A place in the source, for log lines.
 //
-// As a default argument, `Source_Location::current()` is the place of the call. clang 14 has no Source_Location, so
+// As a default argument, `Source_Location::current()` is the place of the call. clang 14 has no std::source_location, so
 // this stands in for it. A plain value without ownership: the file name is a literal of the program.
 #pragma once
 
