@@ -25,7 +25,6 @@
 #include "platform/json/value.h"
 #include "platform/text/posix_time.h"
 #include "platform/text/source_location.h"
-#include "platform/text/source_location.h"
 
 #include <ace/Basic_Types.h>
 
