@@ -18,9 +18,9 @@ namespace json_document {
 /// One member of an object, or one element of an array (then `key` is empty).
 struct Member
 {
-    std::string key;               ///< unescaped
-    std::string_view text;         ///< the value as it is written, without surrounding white space
-    json_spirit::Value_type type;  ///< of the value; never secure_str_type
+    std::string key;              ///< unescaped
+    std::string_view text;        ///< the value as it is written, without surrounding white space
+    json_spirit::Value_type type; ///< of the value; never secure_str_type
 };
 
 /// Checks that `text` is one valid JSON value under the rules of `json_spirit::read` (UTF-8, depth, nothing behind).

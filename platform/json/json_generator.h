@@ -3,10 +3,16 @@
 
 #include "platform/export.h"
 
+#include <cstddef>
+#include <memory>
 #include <string>
 #include <string_view>
 
 struct yajl_gen_t;
+
+namespace json_text {
+class Pretty_Writer;
+}
 
 /// The interface of objects that write themselves through a yajl generator.
 class BACKUP_PLATFORM_EXPORT JSON_Generator
@@ -25,7 +31,7 @@ public:
     enum Style
     {
         COMPACT,
-        PRETTY ///< indented by four blanks
+        PRETTY ///< a member or element a line, indented by four blanks; also what is inside values written raw
     };
 
     explicit JSON_Text(Style style = COMPACT);
@@ -46,7 +52,10 @@ public:
     void clear();
 
 private:
+    static void print(void* self, const char* piece, std::size_t length);
+
     std::string text_;
+    std::unique_ptr<json_text::Pretty_Writer> pretty_; ///< null when compact
     yajl_gen_t* gen_;
 };
 

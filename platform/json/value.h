@@ -94,12 +94,9 @@ public:
     template <Value_Integer T>
     Value(T integer) noexcept
     {
-        if constexpr (std::signed_integral<T>)
-        {
+        if constexpr (std::signed_integral<T>) {
             held_.emplace<std::int64_t>(integer);
-        }
-        else
-        {
+        } else {
             held_.emplace<std::uint64_t>(integer);
         }
     }
@@ -118,10 +115,10 @@ public:
     const std::string& get_str() const;        ///< a plain text; a secret is not handed out here
     const std::string& get_secure_str() const; ///< a secret, in clear
     bool get_bool() const;
-    int get_int() const;               ///< throws std::out_of_range beyond int
-    std::int64_t get_int64() const;    ///< throws std::out_of_range beyond the signed range
-    std::uint64_t get_uint64() const;  ///< throws std::out_of_range for a negative number
-    double get_real() const;           ///< a real, or an integer converted
+    int get_int() const;              ///< throws std::out_of_range beyond int
+    std::int64_t get_int64() const;   ///< throws std::out_of_range beyond the signed range
+    std::uint64_t get_uint64() const; ///< throws std::out_of_range for a negative number
+    double get_real() const;          ///< a real, or an integer converted
 
     // The same without a throw: null when the value is of another type or, for an integer, beyond the range.
     const Object* if_obj() const noexcept { return std::get_if<Object>(&held_); }
@@ -139,6 +136,8 @@ public:
     friend BACKUP_PLATFORM_EXPORT bool operator==(const Value& a, const Value& b);
 
 private:
+    friend class Value_Builder;
+
     std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Secure_String, Array, Object>
         held_;
 };

@@ -24,10 +24,9 @@ public:
     /// escape) are known at compile time. Does not own the text.
     struct Str
     {
-        constexpr Str(const char* characters, std::size_t count, bool needs_no_escape = false)
-            : text(characters), length(count), plain(needs_no_escape)
-        {
-        }
+        constexpr Str(const char* characters, std::size_t count, bool needs_no_escape = false) :
+            text(characters), length(count), plain(needs_no_escape)
+        {}
         constexpr Str(const char* characters) : Str(characters, std::char_traits<char>::length(characters)) {}
 
         const char* text;
@@ -58,12 +57,9 @@ public:
     template <json_spirit::Value_Integer T>
     const YAJL_Gen& operator<<(T integer) const
     {
-        if constexpr (std::signed_integral<T>)
-        {
+        if constexpr (std::signed_integral<T>) {
             return write_int(integer);
-        }
-        else
-        {
+        } else {
             return write_uint(integer);
         }
     }
@@ -86,40 +82,63 @@ private:
 consteval YAJL_Gen::Str operator""_key(const char* text, std::size_t length)
 {
     bool plain = true;
-    for (std::size_t i = 0; i < length; ++i)
-    {
+    for (std::size_t i = 0; i < length; ++i) {
         const char c = text[i];
         plain = plain && c >= 0x20 && c < 0x7f && c != '"' && c != '\\' && c != '/';
     }
     return {text, length, plain};
 }
 
-/// Opens a map and closes it at the end of the scope, on every path.
-class BACKUP_PLATFORM_EXPORT YAJL_Map_Guard
+/// One open map or array of a generator: what the two guards below have in common.
+class BACKUP_PLATFORM_EXPORT YAJL_Level
 {
 public:
-    explicit YAJL_Map_Guard(yajl_gen_t* gen);
-    explicit YAJL_Map_Guard(const YAJL_Gen& gen) : YAJL_Map_Guard(gen.get()) {}
-    YAJL_Map_Guard(const YAJL_Map_Guard&) = delete;
-    YAJL_Map_Guard& operator=(const YAJL_Map_Guard&) = delete;
-    ~YAJL_Map_Guard();
+    /// The deepest nesting that the guards write. yajl ends at 127; the rest is left to callers that open by themselves.
+    static constexpr unsigned max_levels = 120;
+
+    YAJL_Level(const YAJL_Level&) = delete;
+    YAJL_Level& operator=(const YAJL_Level&) = delete;
+
+    /// False when the map or array could not be opened. All that is then written inside is dropped.
+    bool is_open() const { return open_; }
+
+    /// True when what is written to `gen` now is dropped.
+    static bool refuses(const yajl_gen_t* gen);
+
+protected:
+    enum Kind
+    {
+        MAP,
+        ARRAY
+    };
+
+    YAJL_Level(yajl_gen_t* gen, Kind kind);
+    ~YAJL_Level();
 
 private:
+    void open();
+
     yajl_gen_t* gen_;
+    Kind kind_;
+    bool open_ = false;
+    unsigned depth_;
+    YAJL_Level* outer_;
+};
+
+/// Opens a map and closes it at the end of the scope, on every path. A key that has no value yet gets null then.
+class BACKUP_PLATFORM_EXPORT YAJL_Map_Guard : public YAJL_Level
+{
+public:
+    explicit YAJL_Map_Guard(yajl_gen_t* gen) : YAJL_Level(gen, MAP) {}
+    explicit YAJL_Map_Guard(const YAJL_Gen& gen) : YAJL_Level(gen.get(), MAP) {}
 };
 
 /// Opens an array and closes it at the end of the scope, on every path.
-class BACKUP_PLATFORM_EXPORT YAJL_Array_Guard
+class BACKUP_PLATFORM_EXPORT YAJL_Array_Guard : public YAJL_Level
 {
 public:
-    explicit YAJL_Array_Guard(yajl_gen_t* gen);
-    explicit YAJL_Array_Guard(const YAJL_Gen& gen) : YAJL_Array_Guard(gen.get()) {}
-    YAJL_Array_Guard(const YAJL_Array_Guard&) = delete;
-    YAJL_Array_Guard& operator=(const YAJL_Array_Guard&) = delete;
-    ~YAJL_Array_Guard();
-
-private:
-    yajl_gen_t* gen_;
+    explicit YAJL_Array_Guard(yajl_gen_t* gen) : YAJL_Level(gen, ARRAY) {}
+    explicit YAJL_Array_Guard(const YAJL_Gen& gen) : YAJL_Level(gen.get(), ARRAY) {}
 };
 
 /// Writes one whole JSON value. Secrets are written in clear: only into a document that is being sent. Returns false,

@@ -19,8 +19,7 @@ struct Key2_Value_T
 template <class V>
 const Key2_Value_T<V>& get_key_value_entry(const Key2_Value_T<V>* row, V value)
 {
-    while (row->key != nullptr && row->value != value)
-    {
+    while (row->key != nullptr && row->value != value) {
         ++row;
     }
     return *row;
@@ -30,8 +29,7 @@ const Key2_Value_T<V>& get_key_value_entry(const Key2_Value_T<V>* row, V value)
 template <class V>
 const Key2_Value_T<V>& get_key_value_entry(const Key2_Value_T<V>* row, const char* name, std::size_t len)
 {
-    while (row->key != nullptr && !(row->len == len && name != nullptr && std::strncmp(row->key, name, len) == 0))
-    {
+    while (row->key != nullptr && !(row->len == len && name != nullptr && std::strncmp(row->key, name, len) == 0)) {
         ++row;
     }
     return *row;
