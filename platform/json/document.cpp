@@ -1,6 +1,6 @@
 #include "platform/json/document.h"
 
-#include "platform/json/scanner.h"
+#include "platform/json/detail/scanner.h"
 
 #include <algorithm>
 #include <numeric>

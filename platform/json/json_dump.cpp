@@ -1,7 +1,7 @@
 #include "platform/json/json_dump.h"
 
-#include "platform/json/pretty.h"
-#include "platform/json/text_buffer.h"
+#include "platform/json/detail/pretty.h"
+#include "platform/json/detail/text_buffer.h"
 
 JSON_Dump::JSON_Dump(const json_spirit::Value& value, bool pretty)
 {

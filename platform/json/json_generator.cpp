@@ -1,6 +1,6 @@
 #include "platform/json/json_generator.h"
 
-#include "platform/json/pretty.h"
+#include "platform/json/detail/pretty.h"
 
 #include <yajl/yajl_gen.h>
 

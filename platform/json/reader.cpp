@@ -1,4 +1,4 @@
-#include "platform/json/scanner.h"
+#include "platform/json/detail/scanner.h"
 #include "platform/json/value.h"
 
 #include <algorithm>

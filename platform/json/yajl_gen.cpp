@@ -1,6 +1,6 @@
 #include "platform/json/yajl_gen.h"
 
-#include "platform/json/text_buffer.h"
+#include "platform/json/detail/text_buffer.h"
 #include "platform/text/log.h"
 
 #include <yajl/yajl_gen.h>

@@ -1,11 +1,11 @@
-// One pass over a JSON text that checks everything and reports what it meets. Internal to platform/json.
+// One pass over a JSON text that checks everything and reports what it meets.
 //
 // The rules are those of `json_spirit::read`: RFC 8259, UTF-8 only, escaped surrogates only in pairs, no byte order mark,
 // nothing behind the value, a bounded depth.
 #pragma once
 
-#include "platform/json/number.h"
-#include "platform/json/utf8.h"
+#include "platform/json/detail/number.h"
+#include "platform/json/detail/utf8.h"
 
 #include <array>
 #include <cstddef>

@@ -1,4 +1,4 @@
-#include "platform/json/pretty.h"
+#include "platform/json/detail/pretty.h"
 
 namespace json_text {
 

@@ -1,4 +1,4 @@
-// Lays out JSON text for people while it is being written. Internal to platform/json.
+// Lays out JSON text for people while it is being written.
 #pragma once
 
 #include <cstddef>

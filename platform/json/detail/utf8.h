@@ -1,4 +1,4 @@
-// UTF-8 as the JSON code of this folder needs it. Internal to platform/json.
+// UTF-8 as the JSON code of this folder needs it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Numbers as JSON spells them. Internal to platform/json.
+// Numbers as JSON spells them.
 #pragma once
 
 #include "platform/json/value.h"

@@ -1,8 +1,8 @@
-// A growing piece of JSON text that begins on the stack. Internal to platform/json.
+// A growing piece of JSON text that begins on the stack.
 #pragma once
 
-#include "platform/json/number.h"
-#include "platform/json/utf8.h"
+#include "platform/json/detail/number.h"
+#include "platform/json/detail/utf8.h"
 #include "platform/json/value.h"
 
 #include <cstddef>

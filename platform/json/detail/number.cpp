@@ -1,4 +1,4 @@
-#include "platform/json/number.h"
+#include "platform/json/detail/number.h"
 
 #include <algorithm>
 #include <charconv>

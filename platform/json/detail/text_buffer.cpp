@@ -1,4 +1,4 @@
-#include "platform/json/text_buffer.h"
+#include "platform/json/detail/text_buffer.h"
 
 #include <algorithm>
 #include <cmath>
