@@ -50,7 +50,7 @@ running_pid() {
     local pid
     pid=$(head -n 1 "$data/postmaster.pid" 2>/dev/null) || return 1
     [[ $pid =~ ^[0-9]+$ ]] || return 1
-    tr '\0' '\n' <"/proc/$pid/cmdline" 2>/dev/null | grep -qxF -- "$data" || return 1
+    { tr '\0' '\n' <"/proc/$pid/cmdline"; } 2>/dev/null | grep -qxF -- "$data" || return 1
     echo "$pid"
 }
 
