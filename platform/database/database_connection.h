@@ -15,6 +15,8 @@
 #include "platform/database/query_result_handler.h"
 #include "platform/database/query_result_printer.h"
 #include "platform/export.h"
+#include "platform/sql/insert_sql.h"
+#include "platform/sql/select_sql.h"
 #include "platform/sql/sql.h"
 
 #include <cstdint>

@@ -32,5 +32,6 @@ private:
     void key(const char* key);
 
     yajl_gen_t* gen_;
-    std::vector<bool> in_row_; ///< innermost last: inside a row values have keys, directly inside an array they have none
+    std::vector<bool>
+        in_row_; ///< innermost last: inside a row values have keys, directly inside an array they have none
 };

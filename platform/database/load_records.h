@@ -53,8 +53,7 @@ public:
     // Rows of a nested array reach the record too; only those of the top level begin and end a record.
     bool begin_row() override
     {
-        if (depth_++ == 0)
-        {
+        if (depth_++ == 0) {
             record_.emplace();
         }
         return true;
@@ -89,8 +88,7 @@ std::vector<Record> load_records(Database_Connection& connection, const Select_S
         records.push_back(std::move(record));
         return true;
     };
-    if (!for_each_record<Record>(connection, sql, take, handler))
-    {
+    if (!for_each_record<Record>(connection, sql, take, handler)) {
         records.clear();
     }
     return records;

@@ -11,6 +11,10 @@
 #include <string_view>
 #include <variant>
 
+/// Integers of every width, signed and unsigned kept apart; not `char`, which is text to most people.
+template <class T>
+concept Bindable_Integer = std::integral<T> && !std::same_as<T, bool> && !std::same_as<T, char>;
+
 class BACKUP_PLATFORM_EXPORT Binding_Value
 {
 public:
@@ -32,16 +36,12 @@ public:
     Binding_Value(double real) noexcept : held_(real) {}
     Binding_Value(std::same_as<bool> auto boolean) noexcept : held_(static_cast<bool>(boolean)) {}
 
-    template <std::integral T>
-        requires(!std::same_as<T, bool> && !std::same_as<T, char>)
+    template <Bindable_Integer T>
     Binding_Value(T integer) noexcept
     {
-        if constexpr (std::signed_integral<T>)
-        {
+        if constexpr (std::signed_integral<T>) {
             held_.emplace<std::int64_t>(integer);
-        }
-        else
-        {
+        } else {
             held_.emplace<std::uint64_t>(integer);
         }
     }
