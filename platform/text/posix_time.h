@@ -1,6 +1,7 @@
 // Times as text. All times are POSIX seconds and all texts are UTC.
 //
-// Thread-safe; nothing here allocates or takes the time zone lock.
+// Thread-safe; nothing here allocates. Reading, and writing in the usual form, takes no lock; strftime may take that of
+// the time zone.
 #pragma once
 
 #include "platform/export.h"
