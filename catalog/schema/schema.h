@@ -5,6 +5,7 @@
 
 #include "platform/sql/sql.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -16,13 +17,13 @@ namespace catalog {
 enum class Column_Kind
 {
     TEXT,
-    TIME,        ///< UTC seconds; read as "YYYY-MM-DD HH:MM:SS"
-    INTEGER,     ///< signed 64-bit; a document may hold a boolean here (0 or 1)
-    UNSIGNED,    ///< unsigned 64-bit
+    TIME,     ///< UTC seconds; read as "YYYY-MM-DD HH:MM:SS"
+    INTEGER,  ///< signed 64-bit; a document may hold a boolean here (0 or 1)
+    UNSIGNED, ///< unsigned 64-bit
     BOOLEAN,
     JSON_OBJECT,
     JSON_ARRAY,
-    UUID         ///< 16 bytes; a document holds any spelling, or the empty text for none
+    UUID ///< 16 bytes; a document holds any spelling, or the empty text for none
 };
 
 /// Where a column's value comes from.
@@ -36,11 +37,13 @@ struct Column
 {
     const char* name;
     Column_Kind kind;
-    const char* meaning;             ///< for people, one line
-    const char* key = nullptr;       ///< the document's key when it is not the column's name
+    const char* meaning;       ///< for people, one line
+    const char* key = nullptr; ///< the document's key when it is not the column's name
     Column_Source source = Column_Source::DOCUMENT;
-    bool required = false;           ///< NOT NULL
-    int occurrence = 1;              ///< which of several members with this key (HANA writes one key twice)
+    bool required = false;          ///< NOT NULL
+    std::size_t longest = 0;        ///< bytes that a text may have; 0: no limit. Indexed texts have one
+    bool generated = false;         ///< a number that the database gives
+    const char* only_for = nullptr; ///< the one set type that has this column in a table of several types
 
     const char* document_key() const { return key != nullptr ? key : name; }
 };
@@ -57,11 +60,15 @@ struct Table
     const char* name;
     const char* purpose;
     std::span<const Column> columns;
-    const char* primary_key;              ///< comma-separated column names
+    const char* primary_key; ///< comma-separated column names
     std::span<const Index> indexes = {};
-    const char* parent = nullptr;         ///< table whose row this one belongs to (and is deleted with)
-    const char* parent_column = nullptr;  ///< the column that names the parent's primary key
+    const char* parent = nullptr;        ///< table whose row this one belongs to (and is deleted with)
+    const char* parent_column = nullptr; ///< the column that names the parent's primary key
+    bool clustered = false;              ///< SQLite keeps the rows in the order of the primary key
 };
+
+/// The version of the schema that this program makes and works with.
+inline constexpr int schema_version = 1;
 
 /// All tables, parents before children.
 std::span<const Table* const> tables();

@@ -6,6 +6,7 @@
 #include "backup_set/common/backup_set.h"
 #include "catalog/schema/schema.h"
 #include "platform/database/database_connection.h"
+#include "platform/json/value.h"
 #include "platform/sql/select_sql.h"
 
 #include <functional>
@@ -16,6 +17,13 @@
 
 namespace catalog {
 
+/// A key of the common record that a type writes as well, behind the common one's.
+struct Repeated_Key
+{
+    const char* key;
+    json_spirit::Value_type type; ///< of the type's own value: the last member with the key is the type's if it is this
+};
+
 struct Set_Type
 {
     const char* id;             ///< "oracle": how people and programs call it
@@ -24,14 +32,19 @@ struct Set_Type
 
     std::span<const char* const> tables;  ///< its own tables besides the common ones, in join order
     std::span<const char* const> aliases; ///< the aliases that its select takes, with the values used by default
-    const char* remark;                   ///< what is particular about it, for the documentation; "" when nothing is
+    std::span<const Repeated_Key> repeated_keys;
+    const char* remark; ///< what is particular about it, for the documentation; "" when nothing is
 
     /// Adds the type's select to `sql` (`init_select_sql`); `given` holds one alias per entry of `aliases`. A type may
     /// add nothing at all (then `sql` stays empty).
     void (*init_select)(Select_SQL& sql, std::span<const char* const> given);
 
-    /// The alias under which that select reads "backup_set", or null when it does not read it.
+    /// The alias under which that select reads "backup_set", or null when it does not read it: then it reads the type's
+    /// own table alone, under the first alias.
     const char* (*base_alias)(std::span<const char* const> given);
+
+    /// The select names "backup_set" and the type's own table (under the first alias) without relating them.
+    bool unrelated;
 
     /// A fresh record.
     std::unique_ptr<Backup_Set> (*make)();
@@ -40,7 +53,7 @@ struct Set_Type
     bool (*load)(Database_Connection& connection, const Select_SQL& sql, const std::function<bool(Backup_Set&)>& take,
                  database::sql::Query_Result_Handler* handler);
 
-    /// The class's own handler for rows of its select.
+    /// The handler for rows of its select: the class's own, or null where rows are best read without one.
     database::sql::Query_Result_Handler* (*handler)();
 };
 

@@ -1,0 +1,22 @@
+// The tables that every set has its rows in, whatever its type.
+#pragma once
+
+#include "catalog/schema/schema.h"
+
+#include <span>
+
+namespace catalog {
+
+extern const Table catalog_schema_table;
+extern const Table backup_set_table;
+extern const Table backup_set_document_table;
+extern const Table backup_set_parent_table;
+extern const Table backup_set_state_table;
+extern const Table backup_set_storage_table;
+extern const Table backup_set_media_table;
+extern const Table backup_piece_table;
+
+/// All of them, parents before children.
+std::span<const Table* const> common_tables();
+
+} // namespace catalog
