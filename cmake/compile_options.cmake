@@ -29,6 +29,8 @@ add_compile_options(-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 
 include_directories(${PROJECT_SOURCE_DIR})
 
+add_link_options(-Wl,--as-needed)
+
 if(BACKUP_SET_SANITIZERS)
   set(sanitizer_options -fsanitize=${BACKUP_SET_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_compile_options(${sanitizer_options})

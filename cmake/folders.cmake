@@ -63,6 +63,7 @@ function(add_public_library name)
   add_library(${name} SHARED)
   target_sources(${name} PUBLIC FILE_SET HEADERS BASE_DIRS ${PROJECT_SOURCE_DIR} FILES ${headers})
   target_link_libraries(${name} PRIVATE ${arg_OBJECTS} PUBLIC ${arg_LINK} PkgConfig::ACE PkgConfig::yajl Boost::headers)
+  target_compile_features(${name} PUBLIC cxx_std_20)
   set_target_properties(${name} PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION}
                         SOVERSION ${PROJECT_VERSION_MAJOR} INSTALL_RPATH "$ORIGIN")
 endfunction()

@@ -3,5 +3,6 @@
 set -euo pipefail
 source_dir=$(dirname "$0")/headers
 
-"$CMAKE" -S "$source_dir" -B "$WORK" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$PREFIX"
+"$CMAKE" -S "$source_dir" -B "$WORK" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DCMAKE_PREFIX_PATH="$PREFIX" \
+    -DINCLUDE_DIR="$PREFIX/include"
 "$CMAKE" --build "$WORK" --parallel "$(nproc)"
