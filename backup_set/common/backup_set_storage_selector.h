@@ -7,12 +7,14 @@
 #include "backup_set/common/export.h"
 #include "platform/json/value.h"
 
+#include <ace/Basic_Types.h>
+
 #include <string>
 
 class BACKUP_SET_EXPORT Backup_Set_Storage_Selector
 {
 public:
-    enum MODE
+    enum MODE : ACE_INT32
     {
         M_SOURCE = 1 ///< the pool to read the set from
     };
