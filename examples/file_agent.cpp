@@ -125,7 +125,7 @@ public:
             }
             set_.extended_attrs = {{"index", set_.uuid + "/" + index_name},
                                    {"index_sha256", index.sha256()},
-                                   {"files", files_},
+                                   {"entries", entries_},
                                    {"unchanged", unchanged_},
                                    {"left_out", left_out_}};
             index.finish();
@@ -216,7 +216,7 @@ private:
             }
             return;
         default:
-            log_at(LM_NOTICE, "%s: is no file, no directory and no link, passed over\n", name.c_str());
+            log_at(LM_NOTICE, "%s: is no file, no directory and no link, passed over\n", (source_ / name).c_str());
         }
     }
 
@@ -237,7 +237,7 @@ private:
             return;
         }
         write_line(*index_, entry);
-        ++files_;
+        ++entries_;
         set_.source_size += entry["size"].get_int64();
         device_ = device_ == 0 ? status.st_dev : device_;
         set_.multidevice |= device_ != status.st_dev;
@@ -252,7 +252,10 @@ private:
         }
         entry["object"] = object_;
         try {
-            entry["sha256"] = segment_->add(name.native(), source_ / name, status);
+            const std::string sha256 = segment_->add(name.native(), source_ / name, status);
+            if (S_ISREG(status.st_mode)) {
+                entry["sha256"] = sha256;
+            }
         } catch (const Unreadable& error) {
             leave_out(name, error.what());
             return false;
@@ -316,7 +319,7 @@ private:
     std::optional<New_File> index_;
     std::optional<Tar_Segment> segment_;
     std::string object_; ///< the segment's name in the pool
-    std::size_t files_ = 0;
+    std::size_t entries_ = 0;
     std::size_t unchanged_ = 0;
     std::size_t left_out_ = 0;
     dev_t device_ = 0;
