@@ -1,0 +1,16 @@
+// What a REST client may be told beyond where its server is.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+struct HTTP_Client_Options
+{
+    int connect_timeout_s = 10;
+    int request_timeout_s = 600;            ///< of one attempt, from the connection to the end of the answer
+    int stall_timeout_s = 60;               ///< without a byte in either direction
+    std::size_t response_limit = 64u << 20; ///< bytes of an answer's body
+    std::string certificate_authority;      ///< PEM file; empty: the system's
+    std::string client_certificate;         ///< PEM file; empty: none
+    std::string client_key;                 ///< PEM file
+};
