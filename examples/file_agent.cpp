@@ -188,6 +188,9 @@ private:
                 names.push_back(name / entry.path().filename());
             }
         } catch (const fs::filesystem_error& error) {
+            if (name.empty()) {
+                throw; // not even the directory itself
+            }
             return leave_out(name, error.code().message());
         }
         std::sort(names.begin(), names.end());
@@ -222,9 +225,13 @@ private:
 
     void take_entry(const fs::path& name, const char* type, const struct stat& status)
     {
-        Object entry{{"path", percent_encoded(name.native())}, {"type", type},
-                     {"mode", status.st_mode & 07777},         {"modified_s", status.st_mtim.tv_sec},
-                     {"modified_ns", status.st_mtim.tv_nsec},  {"size", S_ISREG(status.st_mode) ? status.st_size : 0}};
+        Object entry;
+        entry["path"] = percent_encoded(name.native());
+        entry["type"] = type;
+        entry["mode"] = status.st_mode & 07777;
+        entry["size"] = S_ISREG(status.st_mode) ? status.st_size : 0;
+        entry["modified_s"] = status.st_mtim.tv_sec;
+        entry["modified_ns"] = status.st_mtim.tv_nsec;
         const auto before = since_.files.find(entry["path"].get_str());
         const auto is_as_before = [&](const auto& member) {
             const json_spirit::Value* value = json_spirit::object_get(before->second, member.first);
