@@ -92,8 +92,8 @@ constexpr Column backup_set_parent_columns[] = {
      .required = true},
     {.name = "parent_uuid",
      .kind = UUID,
-     .meaning = "a set that this one depends on, in this catalog or not",
-     .key = "parents",
+     .meaning = "a set that this one depends on (`parents`), in this catalog or not",
+     .source = STORE,
      .required = true},
 };
 constexpr Index backup_set_parent_indexes[] = {
@@ -118,7 +118,11 @@ constexpr Column backup_set_storage_columns[] = {
     set_uuid,
     {"pool_uuid", UUID, "the pool that holds the copy"},
     {"size", INTEGER, "bytes of the copy in the pool"},
-    {"state", INTEGER, "state bits of the copy; names in a document, unknown names add no bit"},
+    {.name = "state",
+     .kind = INTEGER,
+     .meaning = "state bits of the copy, from the names under `state`; a name that is not known adds none",
+     .source = STORE,
+     .required = true},
     {"upstream_pool_uuid", UUID, "the pool that this copy was replicated from"},
     {"extended_attrs", JSON_OBJECT, "further attributes"},
     start_time,

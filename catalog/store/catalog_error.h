@@ -12,8 +12,8 @@ struct Error
     enum Kind
     {
         NONE,
-        REFUSED,   ///< the input is wrong: malformed JSON, unknown type, missing uuid, wrong kind under a known key, …
-        CONFLICT,  ///< the set is there already with other content
+        REFUSED,  ///< the input is wrong: malformed JSON, unknown type, missing uuid, wrong kind under a known key, …
+        CONFLICT, ///< the set is there already with other content
         NOT_FOUND, ///< no such set
         SCHEMA,    ///< the database has no schema, an older one, or a newer one than this program knows
         DATABASE   ///< the database failed; see `database`
