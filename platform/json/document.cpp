@@ -136,8 +136,18 @@ bool same_number(std::string_view a, std::string_view b)
     if (!json_text::parse_number(a, left) || !json_text::parse_number(b, right)) {
         return false;
     }
-    // An integer and a real ("1" and "1.0") are compared as reals, two integers exactly.
-    return left.type() == right.type() ? left == right : left.get_real() == right.get_real();
+    if (left.type() == right.type()) {
+        return left == right;
+    }
+    // A real and an integer are equal when turning each into the other gives the other.
+    const json_spirit::Value& integer = left.type() == json_spirit::int_type ? left : right;
+    const double real = left.type() == json_spirit::int_type ? right.get_real() : left.get_real();
+    constexpr double end_of_unsigned = 18446744073709551616.0;
+    if (integer.get_real() != real || real >= end_of_unsigned) {
+        return false;
+    }
+    return real < 0 ? integer.get_int64() == static_cast<std::int64_t>(real)
+                    : integer.get_uint64() == static_cast<std::uint64_t>(real);
 }
 
 bool same_members(std::string_view a, std::string_view b)

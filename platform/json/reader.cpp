@@ -153,19 +153,24 @@ public:
     {
         switch (token->kind) {
         case Token::OBJECT:
-            return build_object(token, value.held_.emplace<Object>());
+            std::construct_at(&value.object_);
+            value.held_ = Value::Held::OBJECT;
+            return build_object(token, value.object_);
         case Token::ARRAY:
-            return build_array(token, value.held_.emplace<Array>());
+            std::construct_at(&value.array_);
+            value.held_ = Value::Held::ARRAY;
+            return build_array(token, value.array_);
         case Token::STRING:
             if (token->escaped) {
-                value.held_.emplace<std::string>(text_of(*token));
+                std::construct_at(&value.string_, text_of(*token));
             } else {
-                value.held_.emplace<std::string>(token->begin, token->size);
+                std::construct_at(&value.string_, token->begin, token->size);
             }
+            value.held_ = Value::Held::STRING;
             break;
         case Token::LITERAL:
             if (*token->begin != 'n') {
-                value.held_.emplace<bool>(*token->begin == 't');
+                value = *token->begin == 't';
             }
             break;
         default:

@@ -3,6 +3,7 @@
 #include <string.h>
 
 #include <limits>
+#include <memory>
 
 namespace json_spirit {
 namespace {
@@ -89,11 +90,129 @@ void Secure_String::wipe() noexcept
     text_.clear();
 }
 
+Value::Value(const char* text) : string_(text == nullptr ? "" : text), held_(Held::STRING) {}
+
+Value::Value(const Value& other) : held_(Held::NOTHING)
+{
+    switch (other.held_) {
+    case Held::NOTHING:
+        break;
+    case Held::BOOLEAN:
+        boolean_ = other.boolean_;
+        break;
+    case Held::SIGNED:
+        signed_ = other.signed_;
+        break;
+    case Held::UNSIGNED:
+        unsigned_ = other.unsigned_;
+        break;
+    case Held::REAL:
+        real_ = other.real_;
+        break;
+    case Held::STRING:
+        std::construct_at(&string_, other.string_);
+        break;
+    case Held::SECRET:
+        std::construct_at(&secret_, other.secret_);
+        break;
+    case Held::ARRAY:
+        std::construct_at(&array_, other.array_);
+        break;
+    case Held::OBJECT:
+        std::construct_at(&object_, other.object_);
+        break;
+    }
+    held_ = other.held_; // not before the copy has been made: nothing is destroyed that was not made
+}
+
+Value& Value::operator=(const Value& other)
+{
+    return *this = Value(other); // `other` may be a part of this value
+}
+
+Value& Value::operator=(Value&& other) noexcept
+{
+    Value taken(std::move(other)); // `other` may be a part of this value
+    release();
+    take(taken);
+    return *this;
+}
+
+void Value::take(Value& other) noexcept
+{
+    switch (other.held_) {
+    case Held::NOTHING:
+        break;
+    case Held::BOOLEAN:
+        boolean_ = other.boolean_;
+        break;
+    case Held::SIGNED:
+        signed_ = other.signed_;
+        break;
+    case Held::UNSIGNED:
+        unsigned_ = other.unsigned_;
+        break;
+    case Held::REAL:
+        real_ = other.real_;
+        break;
+    case Held::STRING:
+        std::construct_at(&string_, std::move(other.string_));
+        break;
+    case Held::SECRET:
+        std::construct_at(&secret_, std::move(other.secret_));
+        break;
+    case Held::ARRAY:
+        std::construct_at(&array_, std::move(other.array_));
+        break;
+    case Held::OBJECT:
+        std::construct_at(&object_, std::move(other.object_));
+        break;
+    }
+    held_ = other.held_;
+}
+
+void Value::destroy() noexcept
+{
+    switch (held_) {
+    case Held::STRING:
+        std::destroy_at(&string_);
+        break;
+    case Held::SECRET:
+        std::destroy_at(&secret_);
+        break;
+    case Held::ARRAY:
+        std::destroy_at(&array_);
+        break;
+    case Held::OBJECT:
+        std::destroy_at(&object_);
+        break;
+    default:
+        break;
+    }
+}
+
 Value_type Value::type() const noexcept
 {
-    constexpr Value_type types[] = {null_type, bool_type,       int_type,   int_type, real_type,
-                                    str_type,  secure_str_type, array_type, obj_type};
-    return types[held_.index()];
+    switch (held_) {
+    case Held::NOTHING:
+        return null_type;
+    case Held::BOOLEAN:
+        return bool_type;
+    case Held::SIGNED:
+    case Held::UNSIGNED:
+        return int_type;
+    case Held::REAL:
+        return real_type;
+    case Held::STRING:
+        return str_type;
+    case Held::SECRET:
+        return secure_str_type;
+    case Held::ARRAY:
+        return array_type;
+    case Held::OBJECT:
+        return obj_type;
+    }
+    return null_type;
 }
 
 const Object& Value::get_obj() const
@@ -197,45 +316,54 @@ double Value::get_real() const
     throw wrong_type(real_type, *this);
 }
 
-const std::string* Value::if_secure_str() const noexcept
-{
-    const Secure_String* secret = std::get_if<Secure_String>(&held_);
-    return secret == nullptr ? nullptr : &secret->str();
-}
-
 // The signed and the unsigned type of one width may be read through each other as long as the number fits both.
 
 const std::int64_t* Value::if_int64() const noexcept
 {
-    if (const std::uint64_t* natural = std::get_if<std::uint64_t>(&held_)) {
-        const bool fits = *natural <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-        return fits ? reinterpret_cast<const std::int64_t*>(natural) : nullptr;
+    if (held_ == Held::UNSIGNED) {
+        const bool fits = unsigned_ <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+        return fits ? reinterpret_cast<const std::int64_t*>(&unsigned_) : nullptr;
     }
-    return std::get_if<std::int64_t>(&held_);
+    return held_ == Held::SIGNED ? &signed_ : nullptr;
 }
 
 const std::uint64_t* Value::if_uint64() const noexcept
 {
-    if (const std::int64_t* integer = std::get_if<std::int64_t>(&held_)) {
-        return *integer >= 0 ? reinterpret_cast<const std::uint64_t*>(integer) : nullptr;
+    if (held_ == Held::SIGNED) {
+        return signed_ >= 0 ? reinterpret_cast<const std::uint64_t*>(&signed_) : nullptr;
     }
-    return std::get_if<std::uint64_t>(&held_);
+    return held_ == Held::UNSIGNED ? &unsigned_ : nullptr;
 }
 
 bool operator==(const Value& a, const Value& b)
 {
-    if (a.type() != b.type()) {
-        return false;
-    }
-    if (a.type() == int_type) {
+    using Held = Value::Held;
+    if (a.held_ != b.held_) {
         const std::int64_t* const left = a.if_int64();
         const std::int64_t* const right = b.if_int64();
-        if (left == nullptr || right == nullptr) {
-            return left == right && a.get_uint64() == b.get_uint64();
-        }
-        return *left == *right;
+        return left != nullptr && right != nullptr && *left == *right;
     }
-    return a.held_ == b.held_;
+    switch (a.held_) {
+    case Held::NOTHING:
+        return true;
+    case Held::BOOLEAN:
+        return a.boolean_ == b.boolean_;
+    case Held::SIGNED:
+        return a.signed_ == b.signed_;
+    case Held::UNSIGNED:
+        return a.unsigned_ == b.unsigned_;
+    case Held::REAL:
+        return a.real_ == b.real_;
+    case Held::STRING:
+        return a.string_ == b.string_;
+    case Held::SECRET:
+        return a.secret_ == b.secret_;
+    case Held::ARRAY:
+        return a.array_ == b.array_;
+    case Held::OBJECT:
+        return a.object_ == b.object_;
+    }
+    return false;
 }
 
 } // namespace json_spirit

@@ -15,7 +15,6 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace json_spirit {
@@ -80,32 +79,37 @@ concept Value_Integer = std::integral<T> && !std::same_as<T, bool> && !std::same
 class BACKUP_PLATFORM_EXPORT Value
 {
 public:
-    Value() noexcept = default; ///< null
-    Value(const char* text) : held_(std::in_place_type<std::string>, text) {}
-    Value(std::string text) noexcept : held_(std::move(text)) {}
-    Value(std::string_view text) : held_(std::in_place_type<std::string>, text) {}
-    Value(Secure_String secret) noexcept : held_(std::move(secret)) {}
-    Value(Array array) noexcept : held_(std::move(array)) {}
-    Value(Object object) noexcept : held_(std::move(object)) {}
-    Value(double real) noexcept : held_(real) {}
-    Value(std::same_as<bool> auto boolean) noexcept : held_(static_cast<bool>(boolean)) {}
+    Value() noexcept : held_(Held::NOTHING) {} ///< null
+    Value(const char* text);                   ///< a null pointer is the empty text
+    Value(std::string text) noexcept : string_(std::move(text)), held_(Held::STRING) {}
+    Value(std::string_view text) : string_(text), held_(Held::STRING) {}
+    Value(Secure_String secret) noexcept : secret_(std::move(secret)), held_(Held::SECRET) {}
+    Value(Array array) noexcept : array_(std::move(array)), held_(Held::ARRAY) {}
+    Value(Object object) noexcept : object_(std::move(object)), held_(Held::OBJECT) {}
+    Value(double real) noexcept : real_(real), held_(Held::REAL) {}
+    Value(std::same_as<bool> auto boolean) noexcept : boolean_(boolean), held_(Held::BOOLEAN) {}
 
-    /// Signed types are held as signed, unsigned types as unsigned 64-bit.
+    Value(char) = delete; ///< neither a text nor a number
+
+    // Signed types are held as signed, unsigned types as unsigned 64-bit.
     template <Value_Integer T>
-    Value(T integer) noexcept
-    {
-        if constexpr (std::signed_integral<T>) {
-            held_.emplace<std::int64_t>(integer);
-        } else {
-            held_.emplace<std::uint64_t>(integer);
-        }
-    }
+    requires std::signed_integral<T> Value(T integer)
+    noexcept : signed_(integer), held_(Held::SIGNED) {}
+    template <Value_Integer T>
+    requires std::unsigned_integral<T> Value(T integer)
+    noexcept : unsigned_(integer), held_(Held::UNSIGNED) {}
+
+    Value(const Value& other);
+    Value(Value&& other) noexcept { take(other); }
+    Value& operator=(const Value& other);
+    Value& operator=(Value&& other) noexcept;
+    ~Value() { release(); }
 
     Value_type type() const noexcept;
-    bool is_null() const noexcept { return std::holds_alternative<std::monostate>(held_); }
+    bool is_null() const noexcept { return held_ == Held::NOTHING; }
 
     /// True when an integer is held as unsigned 64-bit. Texts are read so only beyond the signed range.
-    bool is_uint64() const noexcept { return std::holds_alternative<std::uint64_t>(held_); }
+    bool is_uint64() const noexcept { return held_ == Held::UNSIGNED; }
 
     // Each of these throws Wrong_Type for a value of another type.
     const Object& get_obj() const;
@@ -121,16 +125,16 @@ public:
     double get_real() const;          ///< a real, or an integer converted
 
     // The same without a throw: null when the value is of another type or, for an integer, beyond the range.
-    const Object* if_obj() const noexcept { return std::get_if<Object>(&held_); }
-    Object* if_obj() noexcept { return std::get_if<Object>(&held_); }
-    const Array* if_array() const noexcept { return std::get_if<Array>(&held_); }
-    Array* if_array() noexcept { return std::get_if<Array>(&held_); }
-    const std::string* if_str() const noexcept { return std::get_if<std::string>(&held_); }
-    const std::string* if_secure_str() const noexcept;
-    const bool* if_bool() const noexcept { return std::get_if<bool>(&held_); }
+    const Object* if_obj() const noexcept { return held_ == Held::OBJECT ? &object_ : nullptr; }
+    Object* if_obj() noexcept { return held_ == Held::OBJECT ? &object_ : nullptr; }
+    const Array* if_array() const noexcept { return held_ == Held::ARRAY ? &array_ : nullptr; }
+    Array* if_array() noexcept { return held_ == Held::ARRAY ? &array_ : nullptr; }
+    const std::string* if_str() const noexcept { return held_ == Held::STRING ? &string_ : nullptr; }
+    const std::string* if_secure_str() const noexcept { return held_ == Held::SECRET ? &secret_.str() : nullptr; }
+    const bool* if_bool() const noexcept { return held_ == Held::BOOLEAN ? &boolean_ : nullptr; }
     const std::int64_t* if_int64() const noexcept;
     const std::uint64_t* if_uint64() const noexcept;
-    const double* if_real() const noexcept { return std::get_if<double>(&held_); }
+    const double* if_real() const noexcept { return held_ == Held::REAL ? &real_ : nullptr; }
 
     /// Equal type and content. Integers are equal by their number, however they are held.
     friend BACKUP_PLATFORM_EXPORT bool operator==(const Value& a, const Value& b);
@@ -138,8 +142,43 @@ public:
 private:
     friend class Value_Builder;
 
-    std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, std::string, Secure_String, Array, Object>
-        held_;
+    /// Which member of the union is alive. Those from STRING on have a destructor.
+    enum class Held : std::uint8_t
+    {
+        NOTHING,
+        BOOLEAN,
+        SIGNED,
+        UNSIGNED,
+        REAL,
+        STRING,
+        SECRET,
+        ARRAY,
+        OBJECT
+    };
+
+    /// Makes this value, which holds nothing that needs a destructor, from `other`.
+    void take(Value& other) noexcept;
+
+    void release() noexcept
+    {
+        if (held_ >= Held::STRING) {
+            destroy();
+        }
+    }
+    void destroy() noexcept;
+
+    union
+    {
+        bool boolean_;
+        std::int64_t signed_;
+        std::uint64_t unsigned_;
+        double real_;
+        std::string string_;
+        Secure_String secret_;
+        Array array_;
+        Object object_;
+    };
+    Held held_;
 };
 
 /// Reads one JSON text. Integers are exact over both 64-bit ranges; a number with a fraction or an exponent, or

@@ -64,6 +64,8 @@ public:
         }
     }
 
+    const YAJL_Gen& operator<<(char) const = delete; ///< neither a text nor a number
+
     /// A whole JSON value, as `yajl_gen_value` writes it.
     const YAJL_Gen& operator<<(const json_spirit::Value& value) const;
     const YAJL_Gen& operator<<(const json_spirit::Object& object) const;

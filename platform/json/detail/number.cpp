@@ -31,7 +31,8 @@ bool is_less_than_one(std::string_view spelling)
     }
     long long power = 0;
     const auto [end, fault] = std::from_chars(exponent.data(), exponent.data() + exponent.size(), power);
-    if (fault == std::errc::result_out_of_range) {
+    constexpr long long beyond_any_place = 1LL << 40;
+    if (fault == std::errc::result_out_of_range || power > beyond_any_place) {
         return negative;
     }
     return place + (negative ? -power : power) <= 0;

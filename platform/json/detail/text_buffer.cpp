@@ -6,7 +6,7 @@
 namespace json_text {
 namespace {
 
-constexpr std::size_t longest_escape = 6; // \u001f
+constexpr std::size_t longest_escape = 6; // \u001F
 constexpr std::size_t string_chunk = 4096;
 constexpr std::string_view replacement_character = "\xef\xbf\xbd";
 constexpr std::string_view secret_mask = "\"******\"";
@@ -49,7 +49,7 @@ char* put_special(char* out, const char*& in, const char* end)
     default:
         out = put_bytes(out, "\\u00");
         *out++ = static_cast<char>('0' + (byte >> 4));
-        *out++ = "0123456789abcdef"[byte & 0xf];
+        *out++ = "0123456789ABCDEF"[byte & 0xf];
         return out;
     }
 }
