@@ -160,9 +160,9 @@ constexpr std::uint64_t hash_key(const char* key, std::size_t length, std::uint6
     }
     std::uint64_t hash = (first ^ seed) * 0x9e3779b97f4a7c15u;
     hash ^= hash >> 32;
-    hash += (last + length) * 0xc2b2ae3d27d4eb4fu;
+    hash += last * 0xc2b2ae3d27d4eb4fu;
     hash ^= hash >> 32;
-    return hash * 0x9e3779b97f4a7c15u >> 32; // the upper half depends on every byte
+    return (hash + length) * 0x9e3779b97f4a7c15u >> 32; // the upper half depends on every byte
 }
 
 static_assert(std::endian::native == std::endian::little, "hash_key loads bytes in this order at compile time");
@@ -208,7 +208,7 @@ private:
     static constexpr std::size_t slot_count()
     {
         std::size_t count = 4;
-        while (count < 3 * N) {
+        while (count < 3 * N || count < N * N / 12) { // the second keeps the search short for long tables
             count *= 2;
         }
         return count;
