@@ -9,7 +9,8 @@
 struct yajl_gen_t;
 
 /// Writes to a yajl generator that it does not own. Stored JSON passes through unparsed; what is not valid JSON is written
-/// as a string. NULL becomes null. The caller opens and closes what surrounds the rows.
+/// as a string, which is logged once. NULL and reals that are not finite become null. The caller opens and closes what surrounds the rows.
+/// After a failed query what was written ends inside a row: it is of no use.
 class BACKUP_PLATFORM_EXPORT JSON_Result_Printer : public database::sql::Query_Result_Printer
 {
 public:
@@ -29,9 +30,11 @@ public:
     bool end_array() override;
 
 private:
+    /// Writes the key of a value, where values have keys.
     void key(const char* key);
 
     yajl_gen_t* gen_;
-    std::vector<bool>
-        in_row_; ///< innermost last: inside a row values have keys, directly inside an array they have none
+    /// Innermost last: inside a row values have keys, directly inside an array they have none.
+    std::vector<bool> in_row_;
+    bool invalid_json_logged_ = false;
 };

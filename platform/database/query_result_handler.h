@@ -2,8 +2,9 @@
 //
 // A handler translates by two constant tables: keys (rename, copy, skip) and values (UUID bytes to text, text to JSON,
 // integer to boolean). A derived handler treats columns of its own in the `_i` hooks, which are asked first. Handlers are
-// constant once made and may serve several threads. The tables are not owned and must outlive the handler. A hook may be
-// called once more for a row that lies ahead, with a printer that drops everything, so that its sub-queries can be sent
+// constant once made and may serve several threads. The tables are not owned and must outlive the handler. The hooks get
+// the column's own key, also where it is skipped or renamed. A query that fails inside a hook fails the outer query,
+// whatever the hook returns. A hook may be called once more for a row that lies ahead, with a printer that drops everything, so that its sub-queries can be sent
 // early: hooks must have no effect but what they print and query.
 #pragma once
 
@@ -14,6 +15,7 @@
 #include <ace/Basic_Types.h>
 
 #include <cstddef>
+#include <cstdint>
 
 class Database_Connection;
 
@@ -59,8 +61,8 @@ public:
     explicit Query_Result_Handler(const Key_Trans* keys = nullptr, const Val_Trans* values = nullptr);
     virtual ~Query_Result_Handler();
 
-    // One value of a column: the hook first; when it returns false, the translation by the tables and the printer.
-    // The result is the printer's.
+    // One value of a column: the hook first (integers and unsigned integers have one in common); when it returns false,
+    // the translation by the tables and the printer. The result is the printer's.
     bool handle_binary(Database_Connection& connection, int index, const char* key, const char* value,
                        std::size_t length, Query_Result_Printer& printer);
     bool handle_integer(Database_Connection& connection, int index, const char* key, ACE_INT64 value,
@@ -85,6 +87,9 @@ public:
         Val_Tran_Type val_tran;
     };
     Column column(const char* key) const;
+
+    /// The same for two handlers only if they translate alike (one is a copy of the other).
+    std::uint64_t id() const { return id_; }
 
     // The same as above with the translation settled.
     bool handle_binary(Database_Connection& connection, int index, const Column& column, const char* value,
@@ -113,8 +118,13 @@ protected:
                                  std::size_t length, Query_Result_Printer& printer);
 
 private:
+    /// Hands the value to `print` under each key that it goes out under; none when the column is skipped.
+    template <class Print>
+    static bool print_keys(const Column& column, Print print);
+
     const Key_Trans* keys_;
     const Val_Trans* values_;
+    std::uint64_t id_;
 };
 
 } // namespace database::sql

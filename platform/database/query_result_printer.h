@@ -52,6 +52,9 @@ public:
     Printer_Array_Guard& operator=(const Printer_Array_Guard&) = delete;
     ~Printer_Array_Guard();
 
+    /// False when the printer refused the array.
+    bool is_open() const { return open_; }
+
 private:
     Query_Result_Printer& printer_;
     bool open_;
@@ -69,7 +72,7 @@ public:
     bool print_null(int index, const char* key) override;
 
     bool begin_array(int index, const char* key) override; ///< pushes the key
-    bool end_array() override;                             ///< pops it
+    bool end_array() override;                             ///< pops it; false when no array is open
 
     /// The keys of the arrays that are open, outermost first; empty at the top level.
     const std::vector<std::string>& tokens() const { return tokens_; }

@@ -28,7 +28,8 @@ public:
         friend bool operator==(const Bytes&, const Bytes&) = default;
     };
 
-    Binding_Value() noexcept = default; ///< NULL
+    /// NULL. Spelled out: of a defaulted one g++ 12 makes a void value in "true ? Binding_Value() : Binding_Value(1)".
+    Binding_Value() noexcept : held_(std::monostate()) {}
     Binding_Value(const char* text) : held_(std::in_place_type<std::string>, text) {}
     Binding_Value(std::string text) noexcept : held_(std::move(text)) {}
     Binding_Value(std::string_view text) : held_(std::in_place_type<std::string>, text) {}
