@@ -24,6 +24,7 @@ class Value;
 /// A map from key to value, ordered by the keys' bytes. Kept as one sorted block: iterators and references do not
 /// outlive an insertion or an erasure.
 using Object = boost::container::flat_map<std::string, Value, std::less<>>;
+/// An array whose only element is an array is made by `Array(1, Value(inner))`: compilers differ on `Array{inner}`.
 using Array = std::vector<Value>;
 
 enum Value_type

@@ -76,7 +76,8 @@ TEST(object_get, absent_member_is_null)
 
 TEST(object_get, member_of_another_type_is_null_and_throws)
 {
-    for (const auto& [key, value] : sample()) {
+    for (const auto& member : sample()) {
+        const std::string& key = member.first;
         SCOPED_TRACE(key);
         EXPECT_EQ(object_get_str(sample(), key) != nullptr, key == "text" || key.empty());
         EXPECT_EQ(object_get_bool(sample(), key) != nullptr, key == "yes");

@@ -127,7 +127,8 @@ TEST(JSON_read, containers_nest)
     EXPECT_EQ(parsed("[]"), Value(Array()));
     EXPECT_EQ(parsed("{}"), Value(Object()));
     EXPECT_EQ(parsed(R"({"a":[1,{"b":[]},[[2]]],"c":{"d":null}})"),
-              Value(Object{{"a", Array{1, Object{{"b", Array()}}, Array{Array{2}}}}, {"c", Object{{"d", Value()}}}}));
+              Value(Object{{"a", Array{1, Object{{"b", Array()}}, Array(1, Value(Array{2}))}},
+                           {"c", Object{{"d", Value()}}}}));
 }
 
 TEST(JSON_read, members_are_found_whatever_their_order_in_the_text)

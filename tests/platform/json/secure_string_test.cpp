@@ -17,6 +17,7 @@ constexpr std::string_view long_secret = "a pass phrase that does not fit inside
 
 /// The heap block that is watched, and what it held when it was given back.
 const void* watched = nullptr;
+std::size_t watched_size = 0;
 std::string seen_at_release;
 
 void* allocate(std::size_t size)
@@ -30,16 +31,22 @@ void* allocate(std::size_t size)
 void release(void* block) noexcept
 {
     if (block != nullptr && block == watched) {
-        seen_at_release.assign(static_cast<const char*>(block), long_secret.size());
+        seen_at_release.assign(static_cast<const char*>(block), watched_size);
         watched = nullptr;
     }
     std::free(block);
 }
 
-void watch(const json_spirit::Secure_String& secret)
+void watch(const void* block, std::size_t size)
 {
     seen_at_release = "never released";
-    watched = secret.str().data();
+    watched = block;
+    watched_size = size;
+}
+
+void watch(const json_spirit::Secure_String& secret)
+{
+    watch(secret.str().data(), secret.str().size());
 }
 
 const std::string nothing_left(long_secret.size(), '\0');
@@ -73,6 +80,11 @@ private:
 void* operator new(std::size_t size)
 {
     return allocate(size);
+}
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size);
 }
 
 void operator delete(void* block) noexcept
@@ -242,11 +254,9 @@ TEST(Secure_String, growing_array_leaves_no_secret_in_its_old_memory)
     json_spirit::Array array;
     array.reserve(1);
     array.emplace_back(Secure_String(short_secret));
-    const std::size_t size = sizeof(Value);
-    std::string before(reinterpret_cast<const char*>(array.data()), size);
+    const std::string before(reinterpret_cast<const char*>(array.data()), sizeof(Value));
     ASSERT_NE(before.find(short_secret.substr(1)), std::string::npos);
-    seen_at_release = "never released";
-    watched = array.data();
+    watch(array.data(), sizeof(Value));
     array.emplace_back(1);
     ASSERT_NE(seen_at_release, "never released");
     EXPECT_EQ(seen_at_release.find(short_secret.substr(1)), std::string::npos);
