@@ -50,7 +50,7 @@ std::string check(const Column& column)
         return name + " IN (0, 1)";
     case Column_Kind::JSON_OBJECT:
     case Column_Kind::JSON_ARRAY:
-        return "json_valid(" + name + ")";
+        return name + " IS NULL OR json_valid(" + name + ")"; // json_valid(NULL) is 0, not NULL
     case Column_Kind::UUID:
         return "typeof(" + name + ") IN ('blob', 'null') AND length(" + name + ") = 16";
     }
