@@ -47,7 +47,7 @@ bool Connection_Core::report_refusal(const char* what, const char* key, const Re
     return report(Database_Error::CANCELLED, std::move(message), rendered.text);
 }
 
-const Binding_Value* Connection_Core::value_of(const SQL& sql, const Rendered_SQL& rendered, std::size_t position)
+const Binding_Value* Connection_Core::find_value(const SQL& sql, const Rendered_SQL& rendered, std::size_t position)
 {
     const SQL_Bindings& bindings = sql.bindings();
     const std::string& name = rendered.parameters[position];
@@ -56,11 +56,13 @@ const Binding_Value* Connection_Core::value_of(const SQL& sql, const Rendered_SQ
         return &bindings[position].second;
     }
     const auto place = std::ranges::find(bindings, name, &SQL_Bindings::value_type::first);
-    if (place == bindings.end()) {
-        report(Database_Error::STATEMENT, "the parameter " + name + " has no value", rendered.text);
-        return nullptr;
-    }
-    return &place->second;
+    return place != bindings.end() ? &place->second : nullptr;
+}
+
+bool Connection_Core::report_missing_value(const Rendered_SQL& rendered, std::size_t position)
+{
+    return report(Database_Error::STATEMENT, "the parameter " + rendered.parameters[position] + " has no value",
+                  rendered.text);
 }
 
 bool Connection_Core::query_and_print(const Select_SQL& sql, database::sql::Query_Result_Printer& printer,
@@ -188,9 +190,13 @@ bool Connection_Core::commit()
     if (transaction_ == Transaction::NONE) {
         return report(Database_Error::STATEMENT, "no transaction is open", {});
     }
-    const bool alive = check_transaction();
+    const bool is_alive = check_transaction();
     transaction_ = Transaction::NONE;
-    return alive && run_commit();
+    if (!is_alive) {
+        run_rollback();
+        return false;
+    }
+    return run_commit();
 }
 
 bool Connection_Core::rollback()
@@ -202,7 +208,7 @@ bool Connection_Core::rollback()
         return report(Database_Error::STATEMENT, "no transaction is open", {});
     }
     transaction_ = Transaction::NONE;
-    return transaction_loss() || run_rollback();
+    return run_rollback();
 }
 
 } // namespace database_detail

@@ -46,8 +46,8 @@ protected:
     virtual bool run_statements(std::span<const Statement> statements, std::int64_t& changed) = 0;
     virtual bool run_script(const std::string& script) = 0;
     virtual bool run_begin(Transaction kind) = 0;
-    virtual bool run_commit() = 0;
-    virtual bool run_rollback() = 0;
+    virtual bool run_commit() = 0;   ///< rolls back when it fails
+    virtual bool run_rollback() = 0; ///< of a transaction that may have come to its end already
     /// When the open transaction is gone, because the engine has ended it or the connection is lost: what that is.
     virtual std::optional<Database_Error::Kind> transaction_loss() const = 0;
 
@@ -70,8 +70,9 @@ protected:
     /// True when a query inside the running one has failed.
     bool has_inner_failure() const { return inner_failed_; }
 
-    /// The value of a parameter by its position, or null when the statement has none for it (which is reported).
-    const Binding_Value* value_of(const SQL& sql, const Rendered_SQL& rendered, std::size_t position);
+    /// The value of a parameter by its position, or null when the statement has none for it.
+    static const Binding_Value* find_value(const SQL& sql, const Rendered_SQL& rendered, std::size_t position);
+    bool report_missing_value(const Rendered_SQL& rendered, std::size_t position);
 
 private:
     class Query_Scope;

@@ -131,7 +131,7 @@ private:
     bool run_script(const std::string& script) override;
     bool run_begin(Transaction kind) override;
     bool run_commit() override;
-    bool run_rollback() override { return run("ROLLBACK"); }
+    bool run_rollback() override { return !is_in_transaction() || run("ROLLBACK"); }
     std::optional<Database_Error::Kind> transaction_loss() const override
     {
         return is_in_transaction() ? std::nullopt : std::optional(Database_Error::OTHER);
@@ -311,8 +311,11 @@ bool SQLite_Connection::bind(Prepared& prepared, int position, const Binding_Val
 bool SQLite_Connection::bind(Prepared& prepared, const SQL& sql, const Rendered_SQL& rendered)
 {
     for (std::size_t i = 0; i < rendered.parameters.size(); ++i) {
-        const Binding_Value* const value = value_of(sql, rendered, i);
-        if (value == nullptr || !bind(prepared, static_cast<int>(i) + 1, *value)) {
+        const Binding_Value* const value = find_value(sql, rendered, i);
+        if (value == nullptr) {
+            return report_missing_value(rendered, i);
+        }
+        if (!bind(prepared, static_cast<int>(i) + 1, *value)) {
             return false;
         }
     }
