@@ -2,6 +2,7 @@
 #include "catalog/cli/document_reader.h"
 #include "catalog/cli/session.h"
 #include "catalog/cli/terminal_text.h"
+#include "catalog/store/set_document.h"
 
 #include <cerrno>
 #include <fstream>
@@ -53,7 +54,7 @@ private:
     bool record_stream(const std::string& name, std::istream& stream)
     {
         name_ = name;
-        Document_Reader reader(stream);
+        Document_Reader reader(stream, longest_document);
         Document_Reader::Item item;
         bool going_on = true;
         while (going_on && reader.next(item)) {

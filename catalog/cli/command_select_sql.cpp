@@ -36,9 +36,8 @@ public:
             return tell_selects_nothing(session, type);
         }
         if (aliases_.size() > type.aliases.size()) {
-            return session.tell(
-                USAGE, "the select of \"" + type_ + "\" takes "
-                           + (type.aliases.empty() ? "no alias" : count_of(type.aliases.size(), "alias") + " only"));
+            return session.tell(USAGE, "--alias may be given " + count_of(type.aliases.size(), "time")
+                                           + " for the type \"" + type_ + "\"");
         }
         std::vector<const char*> given(type.aliases.begin(), type.aliases.end());
         for (std::size_t i = 0; i < aliases_.size(); ++i) {

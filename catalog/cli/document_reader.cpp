@@ -114,7 +114,6 @@ bool Document_Reader::fill()
     std::array<char, chunk> piece;
     const std::streamsize count = in_.readsome(piece.data(), chunk);
     buffer_.append(piece.data(), static_cast<std::size_t>(count));
-    bytes_read_ += static_cast<std::size_t>(count);
     return count > 0;
 }
 

@@ -16,10 +16,8 @@ namespace catalog::cli {
 class Document_Reader
 {
 public:
-    /// A longer document is a fault.
-    static constexpr std::size_t longest_document = std::size_t{512} << 20;
-
-    explicit Document_Reader(std::istream& in, std::size_t longest = longest_document);
+    /// A document of more than `longest` bytes is a fault.
+    Document_Reader(std::istream& in, std::size_t longest);
 
     struct Item
     {
@@ -38,8 +36,8 @@ public:
     /// Why the stream could not be read; 0 when it was read to its end.
     int error_number() const { return error_number_; }
 
-    /// How many bytes were taken from the stream.
-    std::size_t bytes_read() const { return bytes_read_; }
+    /// How many bytes are held, beside the document that was handed out.
+    std::size_t held_bytes() const { return buffer_.capacity(); }
 
 private:
     bool fill();
@@ -56,7 +54,6 @@ private:
     std::size_t start_ = 0; ///< in `buffer_`: what lies before is done with
     std::size_t line_ = 1;  ///< the line that `start_` is in
     std::size_t number_ = 0;
-    std::size_t bytes_read_ = 0;
     int error_number_ = 0;
 };
 

@@ -2,7 +2,6 @@
 
 #include "catalog/cli/help_text.h"
 
-#include <algorithm>
 #include <sstream>
 
 namespace catalog::cli {
@@ -66,7 +65,11 @@ std::string exit_code_entries()
 
 std::string option_title(const Option& option)
 {
-    return option.value.empty() ? option.name : option.name + " " + option.value;
+    std::string names = option.name;
+    if (const std::size_t comma = names.find(','); comma != std::string::npos) {
+        names.insert(comma + 1, " ");
+    }
+    return option.value.empty() ? names : names + " " + option.value;
 }
 
 std::string option_help(const Option& option)

@@ -58,10 +58,11 @@ std::string option_entries(const std::vector<Option>& options)
 {
     std::string out;
     for (const Option& option : options) {
-        const std::string title = option.is_argument()   ? italic(option.name)
-                                  : option.value.empty() ? bold(option.name)
-                                                         : bold(option.name) + " " + italic(option.value);
-        out += entry(title, option_help(option) + ".");
+        const std::string title = option_title(option);
+        const std::size_t value = title.size() - option.value.size();
+        const std::string marked =
+            option.is_argument() ? italic(title) : bold(title.substr(0, value)) + italic(title.substr(value));
+        out += entry(marked, option_help(option) + ".");
     }
     return out;
 }

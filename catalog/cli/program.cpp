@@ -10,6 +10,7 @@
 #include <CLI/CLI.hpp>
 #include <unistd.h>
 
+#include <charconv>
 #include <iostream>
 #include <system_error>
 
@@ -31,13 +32,25 @@ std::vector<Option> common_options(Common_Options& values)
 {
     return {
         {"--database", "URL",
-         "The catalog's database: sqlite:PATH or postgresql://…; when not given, that of BACKUP_SET_DATABASE or a file of "
+         "The catalog's database: sqlite:PATH or postgresql://...; when not given, that of BACKUP_SET_DATABASE or a file of "
          "the user's own",
          &values.database},
         {"--verbose", "", "Also print what the libraries log", &values.verbose},
         {"-h,--help", "", "Print help, of the command when one is given, and exit", &values.help},
         {"--version", "", "Print the version and exit", &values.version},
     };
+}
+
+bool read_number(const std::string& text, std::size_t& number)
+{
+    std::size_t read = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, fault] = std::from_chars(text.data(), end, read);
+    if (fault != std::errc() || rest != end) {
+        return false;
+    }
+    number = read;
+    return true;
 }
 
 bool read_time(const std::string& text, std::optional<std::time_t>& time)
@@ -64,7 +77,8 @@ public:
 
     CLI::Option* operator()(bool* flag) const { return app_.add_flag(option_.name, *flag); }
     CLI::Option* operator()(std::string* text) const { return app_.add_option(option_.name, *text); }
-    CLI::Option* operator()(std::size_t* number) const { return app_.add_option(option_.name, *number); }
+
+    CLI::Option* operator()(std::size_t* number) const { return add_read(number, read_number, "is not a number"); }
 
     CLI::Option* operator()(std::vector<std::string>* list) const
     {
@@ -74,17 +88,21 @@ public:
 
     CLI::Option* operator()(std::optional<std::time_t>* time) const
     {
-        const auto take = [this_name = option_.name, time](const std::string& text) {
-            if (!read_time(text, *time)) {
-                throw CLI::ValidationError(this_name, "\"" + text
-                                                          + "\" is not a time: give \"2024-05-01 22:30:00\" or "
-                                                            "\"2024-05-01\"");
+        return add_read(time, read_time, "is not a time: give \"2024-05-01 22:30:00\" or \"2024-05-01\"");
+    }
+
+private:
+    template <class T>
+    CLI::Option* add_read(T* target, bool (*read)(const std::string&, T&), const char* otherwise) const
+    {
+        const auto take = [name = option_.name, target, read, otherwise](const std::string& text) {
+            if (!read(text, *target)) {
+                throw CLI::ValidationError(name, "\"" + text + "\" " + otherwise);
             }
         };
         return app_.add_option_function<std::string>(option_.name, take);
     }
 
-private:
     CLI::App& app_;
     const Option& option_;
 };

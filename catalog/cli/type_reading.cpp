@@ -9,7 +9,7 @@ namespace {
 std::string reading_note(const Set_Type& type)
 {
     return std::string("the select of \"") + type.id + "\" reads only the table \"" + type.tables.front()
-           + "\": what it gives lacks the common keys (name, host, times, sizes, …); `backup-set show UUID` has all of a set";
+           + "\": what it gives lacks the common keys (name, host, times, sizes and so on); `backup-set show UUID` has all of a set";
 }
 
 } // namespace
