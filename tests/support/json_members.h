@@ -46,6 +46,11 @@ public:
         }
     }
 
+    void erase(const std::string& key)
+    {
+        std::erase_if(members_, [&](const Member& member) { return member.key == key; });
+    }
+
     /// The value of a member as JSON, chosen like above; null when there is none.
     const std::string* find(const std::string& key, json_spirit::Value_type type) const
     {

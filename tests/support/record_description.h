@@ -266,6 +266,9 @@ struct Record_Description
     /// Typed members that the document does not show, led by a comma, as JSON members.
     static std::string unwritten(const Record&) { return {}; }
 
+    /// Members that the document leaves out while they are empty or 0.
+    static std::set<std::string> left_out_when_empty() { return {}; }
+
     static Bad_Key on_bad_key(Callback) { return {false, true}; }
 
     /// Columns that are taken in a way of their own, which tests beside these look at.

@@ -71,6 +71,11 @@ struct Trial
     std::string becomes;
 };
 
+inline bool is_empty(const std::string& json)
+{
+    return json == "\"\"" || json == "0" || json == "{}" || json == "[]";
+}
+
 inline std::vector<Trial> text_trials(Member member, const std::string& key)
 {
     using namespace std::string_literals;
@@ -322,7 +327,9 @@ TYPED_TEST_P(Record_Test, takes_each_of_its_columns_into_one_member)
                              + (trial.becomes.empty() ? "what it was" : trial.becomes));
                 Record record = is_filled ? filled_record<TypeParam>() : TypeParam::make();
                 Json_Members expected = members_of<TypeParam>(record);
-                if (!trial.becomes.empty()) {
+                if (is_empty(trial.becomes) && TypeParam::left_out_when_empty().contains(column.key)) {
+                    expected.erase(column.key);
+                } else if (!trial.becomes.empty()) {
                     expected.set(column.key, trial.becomes);
                 }
                 const Log_Capture log;

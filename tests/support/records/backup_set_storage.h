@@ -51,6 +51,7 @@ struct Storage : Record_Description<Backup_Set_Storage>
             {PRINT_JSON, TO_NOTHING, {{OBJECT, {"extended_attrs"}}}},
         };
     }
+    static std::set<std::string> left_out_when_empty() { return {"upstream_pool_uuid"}; }
     static std::set<std::pair<Callback, std::string>> taken_apart() { return {{PRINT_INT, "state"}}; }
 
     static std::vector<Table> tables()
