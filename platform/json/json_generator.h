@@ -43,7 +43,7 @@ public:
     yajl_gen_t* get() const { return gen_; }
 
     /// What was written so far; valid until the next write.
-    std::string_view view() const { return text_; }
+    std::string_view view() const { return {room_.data(), static_cast<std::size_t>(next_ - room_.data())}; }
 
     /// Hands the text over and starts anew.
     std::string take();
@@ -53,8 +53,13 @@ public:
 
 private:
     static void print(void* self, const char* piece, std::size_t length);
+    static void print_pretty(void* self, const char* piece, std::size_t length);
+    void append(const char* piece, std::size_t length);
+    void grow(std::size_t length);
 
-    std::string text_;
+    std::string room_; ///< the text and room behind it
+    char* next_ = room_.data();
+    char* end_ = next_;
     std::unique_ptr<json_text::Pretty_Writer> pretty_; ///< null when compact
     yajl_gen_t* gen_;
 };

@@ -170,9 +170,17 @@ public:
             break;
         case Token::LITERAL:
             if (*token->begin != 'n') {
-                value = *token->begin == 't';
+                value.boolean_ = *token->begin == 't';
+                value.held_ = Value::Held::BOOLEAN;
             }
             break;
+        case Token::INTEGER:
+            if (std::int64_t integer = 0; json_text::parse_short_integer(token->spelling(), integer)) {
+                value.signed_ = integer;
+                value.held_ = Value::Held::SIGNED;
+                break;
+            }
+            [[fallthrough]];
         default:
             json_text::parse_number(token->spelling(), value);
         }
@@ -206,7 +214,7 @@ private:
         const bool plain = sort_keys(token, places);
         if (plain) {
             for (std::size_t i = 0; i < token->size; ++i) {
-                if (i + 1 == token->size || places[i].key->spelling() != places[i + 1].key->spelling()) {
+                if (i + 1 == token->size || places[i] < places[i + 1]) {
                     add_member(places[i].key, members);
                 }
             }

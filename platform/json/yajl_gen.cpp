@@ -11,8 +11,8 @@ using json_text::Form;
 using json_text::Text_Buffer;
 
 /// The innermost guard of this thread, and how many of its guards could not open their container.
-constinit thread_local YAJL_Level* innermost = nullptr;
-constinit thread_local unsigned refused_levels = 0;
+[[gnu::tls_model("initial-exec")]] constinit thread_local YAJL_Level* innermost = nullptr;
+[[gnu::tls_model("initial-exec")]] constinit thread_local unsigned refused_levels = 0;
 
 bool is_inside_refused_level(const yajl_gen_t* gen)
 {
@@ -29,21 +29,31 @@ const unsigned char* bytes(const char* text)
     return reinterpret_cast<const unsigned char*>(text);
 }
 
-/// Writes a text as a value, or as a key where a key must stand.
-bool write_text(yajl_gen_t* gen, std::string_view text)
+/// Writes a text as a value, or as a key where a key must stand. `quoted` is its JSON string.
+bool write_quoted(yajl_gen_t* gen, std::string_view text, std::string_view quoted)
 {
-    Text_Buffer quoted;
-    quoted.put_string(text);
-    const yajl_gen_status status = yajl_gen_number(gen, quoted.view().data(), quoted.view().size());
+    const yajl_gen_status status = yajl_gen_number(gen, quoted.data(), quoted.size());
     if (status != yajl_gen_keys_must_be_strings) {
         return status == yajl_gen_status_ok;
     }
-    if (quoted.view().size() == text.size() + 2) // nothing was escaped or replaced
-    {
+    if (quoted.size() == text.size() + 2) { // nothing was escaped or replaced
         return yajl_gen_string(gen, bytes(text.data()), text.size()) == yajl_gen_status_ok;
     }
     const std::string clean = json_text::valid_utf8(text);
     return yajl_gen_string(gen, bytes(clean.data()), clean.size()) == yajl_gen_status_ok;
+}
+
+bool write_text(yajl_gen_t* gen, std::string_view text)
+{
+    char quoted[256];
+    if (text.size() <= sizeof quoted - 2 && json_text::copy_plain(quoted + 1, text.data(), text.size())) {
+        quoted[0] = '"';
+        quoted[text.size() + 1] = '"';
+        return write_quoted(gen, text, {quoted, text.size() + 2});
+    }
+    Text_Buffer buffer;
+    buffer.put_string(text);
+    return write_quoted(gen, text, buffer.view());
 }
 
 template <class Container>
@@ -52,6 +62,15 @@ bool write_container(yajl_gen_t* gen, const Container& container)
     Text_Buffer text;
     return !is_inside_refused_level(gen) && put_value(text, container, Form::FOR_SENDING)
            && write_raw(gen, text.view());
+}
+
+template <class T>
+void write_integer(yajl_gen_t* gen, T integer)
+{
+    char digits[json_text::integer_room];
+    char* const end = digits + sizeof digits;
+    const char* const begin = json_text::put_integer_before(end, integer);
+    yajl_gen_raw(gen, {begin, static_cast<std::size_t>(end - begin)});
 }
 
 template <class T>
@@ -116,17 +135,13 @@ const YAJL_Gen& YAJL_Gen::write_bool(bool boolean) const
 
 const YAJL_Gen& YAJL_Gen::write_int(std::int64_t integer) const
 {
-    char text[json_text::integer_room];
-    const char* const end = json_text::put_integer(text, integer);
-    yajl_gen_raw(gen_, {text, static_cast<std::size_t>(end - text)});
+    write_integer(gen_, integer);
     return *this;
 }
 
 const YAJL_Gen& YAJL_Gen::write_uint(std::uint64_t integer) const
 {
-    char text[json_text::integer_room];
-    const char* const end = json_text::put_integer(text, integer);
-    yajl_gen_raw(gen_, {text, static_cast<std::size_t>(end - text)});
+    write_integer(gen_, integer);
     return *this;
 }
 

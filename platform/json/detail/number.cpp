@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 namespace json_text {
 namespace {
@@ -75,6 +76,35 @@ bool parse_number(std::string_view spelling, json_spirit::Value& value)
     }
     value = real;
     return true;
+}
+
+char* put_integer_before(char* end, std::uint64_t integer)
+{
+    constexpr char pairs[] =
+        "0001020304050607080910111213141516171819202122232425262728293031323334353637383940414243444546474849"
+        "5051525354555657585960616263646566676869707172737475767778798081828384858687888990919293949596979899";
+    while (integer >= 100) {
+        end -= 2;
+        std::memcpy(end, pairs + 2 * (integer % 100), 2);
+        integer /= 100;
+    }
+    if (integer >= 10) {
+        end -= 2;
+        std::memcpy(end, pairs + 2 * integer, 2);
+    } else {
+        *--end = static_cast<char>('0' + integer);
+    }
+    return end;
+}
+
+char* put_integer_before(char* end, std::int64_t integer)
+{
+    if (integer >= 0) {
+        return put_integer_before(end, static_cast<std::uint64_t>(integer));
+    }
+    end = put_integer_before(end, 0 - static_cast<std::uint64_t>(integer));
+    *--end = '-';
+    return end;
 }
 
 char* put_real(char* out, double real)

@@ -28,7 +28,8 @@ struct Fault
 
 inline const char* skip_white_space(const char* at, const char* end)
 {
-    while (at != end && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) {
+    while (at != end && static_cast<unsigned char>(*at) <= ' '
+           && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) {
         ++at;
     }
     return at;
@@ -72,148 +73,151 @@ template <class Sink>
 class Scanner
 {
 public:
-    Scanner(std::string_view text, Sink& sink) :
-        begin_(text.data()), end_(begin_ + text.size()), at_(begin_), sink_(sink)
-    {}
+    Scanner(std::string_view text, Sink& sink) : begin_(text.data()), end_(begin_ + text.size()), sink_(sink) {}
 
     /// False when the text is not one valid value; `fault()` then tells why, and what the sink was told is void.
     bool scan()
     {
-        if (end_ - at_ >= 3 && at_[0] == '\xef' && at_[1] == '\xbb' && at_[2] == '\xbf') {
-            return fail("a byte order mark is not allowed", at_);
+        if (end_ - begin_ >= 3 && begin_[0] == '\xef' && begin_[1] == '\xbb' && begin_[2] == '\xbf') {
+            return fail("a byte order mark is not allowed", begin_) != nullptr;
         }
         if (static_cast<std::uint64_t>(end_ - begin_) > max_size) {
-            return fail("the text is too long", begin_ + max_size);
+            return fail("the text is too long", begin_ + max_size) != nullptr;
         }
-        return scan_value() && expect_end();
+        const char* at = scan_value(begin_);
+        if (at == nullptr) {
+            return false;
+        }
+        at = skip_white_space(at, end_);
+        return at == end_ || fail("something stands behind the value", at) != nullptr;
     }
 
     const Fault& fault() const { return fault_; }
 
 private:
-    bool fail(const char* what, const char* where)
+    // The functions below take the place where something begins and return the place behind it, null after a failure.
+
+    const char* fail(const char* what, const char* where)
     {
         fault_ = {what, static_cast<std::size_t>(where - begin_)};
-        return false;
-    }
-
-    bool expect_end()
-    {
-        at_ = skip_white_space(at_, end_);
-        return at_ == end_ || fail("something stands behind the value", at_);
+        return nullptr;
     }
 
     /// One value with everything inside. Nesting is kept in `is_object_`, not on the call stack.
-    bool scan_value()
+    const char* scan_value(const char* at)
     {
         std::size_t depth = 0;
         while (true) {
             // A value begins here.
-            at_ = skip_white_space(at_, end_);
-            if (at_ == end_) {
-                return fail("the text ends where a value must stand", at_);
+            at = skip_white_space(at, end_);
+            if (at == end_) {
+                return fail("the text ends where a value must stand", at);
             }
-            const char first = *at_;
+            const char first = *at;
             if (first == '{' || first == '[') {
                 if (depth == max_depth) {
-                    return fail("nested too deeply", at_);
+                    return fail("nested too deeply", at);
                 }
                 const bool object = first == '{';
                 is_object_[depth++] = object;
-                object ? sink_.open_object(at_) : sink_.open_array(at_);
-                at_ = skip_white_space(at_ + 1, end_);
-                const bool empty = at_ != end_ && *at_ == (object ? '}' : ']');
+                object ? sink_.open_object(at) : sink_.open_array(at);
+                at = skip_white_space(at + 1, end_);
+                const bool empty = at != end_ && *at == (object ? '}' : ']');
                 if (!empty) {
-                    if (object && !scan_key()) {
-                        return false;
+                    if (object) {
+                        at = scan_key(at);
+                        if (at == nullptr) {
+                            return nullptr;
+                        }
                     }
                     continue;
                 }
-            } else if (!scan_scalar(first)) {
-                return false;
+            } else {
+                at = scan_scalar(at);
+                if (at == nullptr) {
+                    return nullptr;
+                }
             }
 
             // A value has ended here, or an empty container is about to.
             while (true) {
                 if (depth == 0) {
-                    return true;
+                    return at;
                 }
-                at_ = skip_white_space(at_, end_);
+                at = skip_white_space(at, end_);
                 const bool object = is_object_[depth - 1];
-                if (at_ == end_) {
-                    return fail(object ? "the text ends inside an object" : "the text ends inside an array", at_);
+                if (at == end_) {
+                    return fail(object ? "the text ends inside an object" : "the text ends inside an array", at);
                 }
-                if (*at_ == ',') {
-                    ++at_;
+                if (*at == ',') {
+                    ++at;
                     break;
                 }
-                if (*at_ != (object ? '}' : ']')) {
-                    return fail(object ? "a comma or '}' must stand here" : "a comma or ']' must stand here", at_);
+                if (*at != (object ? '}' : ']')) {
+                    return fail(object ? "a comma or '}' must stand here" : "a comma or ']' must stand here", at);
                 }
-                ++at_;
+                ++at;
                 --depth;
-                object ? sink_.close_object(at_) : sink_.close_array(at_);
+                object ? sink_.close_object(at) : sink_.close_array(at);
             }
             if (is_object_[depth - 1]) {
-                at_ = skip_white_space(at_, end_);
-                if (!scan_key()) {
-                    return false;
+                at = scan_key(skip_white_space(at, end_));
+                if (at == nullptr) {
+                    return nullptr;
                 }
             }
         }
     }
 
-    bool scan_key()
+    /// A member's name and the colon.
+    const char* scan_key(const char* at)
     {
-        if (at_ == end_ || *at_ != '"') {
-            return fail(at_ == end_ ? "the text ends inside an object" : "a member's name in quotes must stand here",
-                        at_);
+        if (at == end_ || *at != '"') {
+            return fail(at == end_ ? "the text ends inside an object" : "a member's name in quotes must stand here",
+                        at);
         }
-        const char* const key = at_ + 1;
         bool escaped = false;
-        if (!scan_string(escaped)) {
-            return false;
+        const char* const behind = scan_string(at, escaped);
+        if (behind == nullptr) {
+            return nullptr;
         }
-        sink_.key(key, at_ - 1, escaped);
-        at_ = skip_white_space(at_, end_);
-        if (at_ == end_ || *at_ != ':') {
-            return fail("a colon must stand here", at_);
+        sink_.key(at + 1, behind - 1, escaped);
+        at = skip_white_space(behind, end_);
+        if (at == end_ || *at != ':') {
+            return fail("a colon must stand here", at);
         }
-        ++at_;
-        return true;
+        return at + 1;
     }
 
-    bool scan_scalar(char first)
+    const char* scan_scalar(const char* at)
     {
-        const char* const begin = at_;
-        switch (first) {
+        switch (*at) {
         case '"': {
             bool escaped = false;
-            if (!scan_string(escaped)) {
-                return false;
+            const char* const behind = scan_string(at, escaped);
+            if (behind != nullptr) {
+                sink_.string(at + 1, behind - 1, escaped);
             }
-            sink_.string(begin + 1, at_ - 1, escaped);
-            return true;
+            return behind;
         }
         case 't':
-            return scan_literal("true");
+            return scan_literal(at, "true");
         case 'f':
-            return scan_literal("false");
+            return scan_literal(at, "false");
         case 'n':
-            return scan_literal("null");
+            return scan_literal(at, "null");
         default:
-            return scan_number();
+            return scan_number(at);
         }
     }
 
-    bool scan_literal(std::string_view word)
+    const char* scan_literal(const char* at, std::string_view word)
     {
-        if (std::string_view(at_, static_cast<std::size_t>(end_ - at_)).substr(0, word.size()) != word) {
-            return fail("no such value", at_);
+        if (std::string_view(at, static_cast<std::size_t>(end_ - at)).substr(0, word.size()) != word) {
+            return fail("no such value", at);
         }
-        sink_.literal(at_, at_ + word.size());
-        at_ += word.size();
-        return true;
+        sink_.literal(at, at + word.size());
+        return at + word.size();
     }
 
     static bool is_digit(char c) { return c >= '0' && c <= '9'; }
@@ -226,15 +230,10 @@ private:
         return at;
     }
 
-    bool scan_number()
+    const char* scan_number(const char* const begin)
     {
-        const char* const begin = at_;
-        const char* at = at_;
-        if (*at == '-') {
-            ++at;
-        }
-        const char* const digits = at;
-        at = skip_digits(at);
+        const char* const digits = *begin == '-' ? begin + 1 : begin;
+        const char* at = skip_digits(digits);
         if (at == digits) {
             return fail(digits == begin ? "a value must stand here" : "a digit must stand here", at);
         }
@@ -270,36 +269,28 @@ private:
                 return fail("a number beyond the range of a double", begin);
             }
         }
-        at_ = at;
         sink_.number(begin, at, integer);
-        return true;
+        return at;
     }
 
     /// From the opening quote to behind the closing one.
-    bool scan_string(bool& escaped)
+    const char* scan_string(const char* const begin, bool& escaped)
     {
-        const char* const begin = at_;
-        const char* at = at_ + 1;
+        const char* at = begin + 1;
         while (true) {
-            while (end_ - at >= 8 && stops_plain_run(load_8_bytes(at)) == 0) {
-                at += 8;
-            }
-            while (at != end_ && is_plain(*at)) {
-                ++at;
-            }
+            at = skip_plain(at, end_);
             if (at == end_) {
                 return fail("a string without its closing quote", begin);
             }
             const auto byte = static_cast<unsigned char>(*at);
             if (byte == '"') {
-                at_ = at + 1;
-                return true;
+                return at + 1;
             }
             if (byte == '\\') {
                 escaped = true;
                 at = scan_escape(at);
                 if (at == nullptr) {
-                    return false;
+                    return nullptr;
                 }
             } else if (byte < 0x20) {
                 return fail("a control character in a string", at);
@@ -313,19 +304,12 @@ private:
         }
     }
 
-    static bool is_plain(char c)
-    {
-        const auto byte = static_cast<unsigned char>(c);
-        return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
-    }
-
-    /// From a backslash to behind the escape; null after a failure.
+    /// From a backslash to behind the escape.
     const char* scan_escape(const char* backslash)
     {
         const char* const at = backslash + 1;
         if (at == end_) {
-            fail("a string without its closing quote", backslash);
-            return nullptr;
+            return fail("a string without its closing quote", backslash);
         }
         switch (*at) {
         case '"':
@@ -340,13 +324,11 @@ private:
         case 'u':
             break;
         default:
-            fail("no such escape", backslash);
-            return nullptr;
+            return fail("no such escape", backslash);
         }
         const int unit = four_hex_digits(at + 1, end_);
         if (unit < 0) {
-            fail("four hexadecimal digits must stand behind \\u", backslash);
-            return nullptr;
+            return fail("four hexadecimal digits must stand behind \\u", backslash);
         }
         const char* const behind = at + 5;
         if (is_high_surrogate(unit) && end_ - behind >= 2 && behind[0] == '\\' && behind[1] == 'u'
@@ -355,15 +337,13 @@ private:
             return behind + 6;
         }
         if (is_high_surrogate(unit) || is_low_surrogate(unit)) {
-            fail("half a surrogate pair", backslash);
-            return nullptr;
+            return fail("half a surrogate pair", backslash);
         }
         return behind;
     }
 
     const char* begin_;
     const char* end_;
-    const char* at_;
     Sink& sink_;
     Fault fault_;
     std::array<bool, max_depth> is_object_;

@@ -54,12 +54,6 @@ char* put_special(char* out, const char*& in, const char* end)
     }
 }
 
-bool is_plain(char c)
-{
-    const auto byte = static_cast<unsigned char>(c);
-    return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
-}
-
 /// Writes the characters that begin before `limit`; the last one may reach to `end`.
 char* put_escaped(char* out, const char*& in, const char* limit, const char* end)
 {
@@ -109,18 +103,6 @@ void Text_Buffer::grow(std::size_t bytes)
     end_ = begin_ + size;
 }
 
-void Text_Buffer::put_integer(std::int64_t integer)
-{
-    make_room(integer_room);
-    next_ = json_text::put_integer(next_, integer);
-}
-
-void Text_Buffer::put_integer(std::uint64_t integer)
-{
-    make_room(integer_room);
-    next_ = json_text::put_integer(next_, integer);
-}
-
 void Text_Buffer::put_real(double real)
 {
     make_room(real_room);
@@ -129,9 +111,15 @@ void Text_Buffer::put_real(double real)
 
 void Text_Buffer::put_string(std::string_view text)
 {
+    make_room(text.size() + 2);
+    *next_++ = '"';
+    if (copy_plain(next_, text.data(), text.size())) {
+        next_ += text.size();
+        *next_++ = '"';
+        return;
+    }
     const char* in = text.data();
     const char* const end = in + text.size();
-    put('"');
     while (in < end) {
         const char* const limit = end - in > static_cast<std::ptrdiff_t>(string_chunk) ? in + string_chunk : end;
         make_room(static_cast<std::size_t>(limit - in) * longest_escape + 8);

@@ -35,8 +35,14 @@ public:
         next_ += text.size();
     }
 
-    void put_integer(std::int64_t integer);
-    void put_integer(std::uint64_t integer);
+    template <class T>
+    void put_integer(T integer)
+    {
+        char digits[integer_room];
+        char* const end = digits + sizeof digits;
+        const char* const begin = put_integer_before(end, integer);
+        put(std::string_view(begin, static_cast<std::size_t>(end - begin)));
+    }
     void put_real(double real);
 
     /// A JSON string with its quotes. A byte that is not part of valid UTF-8 becomes U+FFFD.

@@ -1,6 +1,7 @@
 // UTF-8 as the JSON code of this folder needs it.
 #pragma once
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -28,6 +29,54 @@ inline std::uint64_t stops_plain_run(std::uint64_t bytes)
     // The top bit of a byte tells: below 0x20 (first term), zero after the exclusive or (second, third), or set anyway.
     return ((bytes - every_byte(0x20)) | (quote - every_byte(1)) | (backslash - every_byte(1)) | bytes)
            & every_byte(0x80);
+}
+
+inline bool is_plain(char c)
+{
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 0x20 && byte < 0x80 && byte != '"' && byte != '\\';
+}
+
+/// The first character from `at` on that is not plain, or `end`.
+inline const char* skip_plain(const char* at, const char* end)
+{
+    while (end - at >= 8) {
+        const std::uint64_t stop = stops_plain_run(load_8_bytes(at));
+        if (stop == 0) {
+            at += 8;
+        } else if constexpr (std::endian::native == std::endian::little) {
+            return at + std::countr_zero(stop) / 8; // what is above the lowest bit may be wrong
+        } else {
+            break;
+        }
+    }
+    while (at != end && is_plain(*at)) {
+        ++at;
+    }
+    return at;
+}
+
+/// Copies `size` characters and tells whether all are plain; when not, the copy is of no use.
+inline bool copy_plain(char* out, const char* in, std::size_t size)
+{
+    if (size < 8) {
+        bool plain = true;
+        for (std::size_t i = 0; i < size; ++i) {
+            plain = plain && is_plain(in[i]);
+            out[i] = in[i];
+        }
+        return plain;
+    }
+    const auto copy_8 = [in, out](std::size_t at) {
+        const std::uint64_t bytes = load_8_bytes(in + at);
+        std::memcpy(out + at, &bytes, sizeof bytes);
+        return stops_plain_run(bytes);
+    };
+    std::uint64_t stops = copy_8(size - 8); // the last eight, which may overlap those before
+    for (std::size_t at = 0; at + 8 < size; at += 8) {
+        stops |= copy_8(at);
+    }
+    return stops == 0;
 }
 
 /// The length of the valid UTF-8 sequence at `at` (before `end`); 0 when there is none.

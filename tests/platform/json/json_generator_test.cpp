@@ -105,6 +105,26 @@ TEST(JSON_Text, documents_one_after_the_other_by_clear_are_independent)
     }
 }
 
+TEST(JSON_Text, pieces_of_every_length_are_kept_while_the_text_grows)
+{
+    JSON_Text text;
+    std::string expected = "[";
+    {
+        const YAJL_Gen out(text.get());
+        const YAJL_Array_Guard array(out);
+        for (std::size_t length = 1; length < 300; ++length) {
+            std::string piece;
+            for (std::size_t i = 0; i < length; ++i) {
+                piece += static_cast<char>('1' + i % 9);
+            }
+            ASSERT_TRUE(yajl_gen_raw(text.get(), piece));
+            expected += (length == 1 ? "" : ",") + piece;
+            ASSERT_EQ(text.view(), expected);
+        }
+    }
+    EXPECT_EQ(text.take(), expected + "]");
+}
+
 TEST(JSON_Text, clear_in_the_middle_of_a_document_starts_anew)
 {
     for (const auto style : {JSON_Text::COMPACT, JSON_Text::PRETTY}) {

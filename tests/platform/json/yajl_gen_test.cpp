@@ -257,6 +257,35 @@ TEST(YAJL_Gen, each_ascii_character_reads_back_in_values_and_in_keys)
     }
 }
 
+TEST(YAJL_Gen, a_special_character_is_found_at_each_place_of_a_text_of_each_length)
+{
+    for (std::size_t length = 1; length <= 40; ++length) {
+        for (std::size_t at = 0; at < length; ++at) {
+            for (const char special : {'"', '\\', '\x1f', '\0', '\n'}) {
+                std::string text(length, 'x');
+                text[at] = special;
+                ASSERT_EQ(read_string(as_value(text)), text);
+            }
+            std::string invalid(length, 'x');
+            invalid[at] = '\xff';
+            ASSERT_EQ(read_string(as_value(invalid)), std::string(invalid).replace(at, 1, "\xef\xbf\xbd"));
+        }
+    }
+}
+
+TEST(YAJL_Gen, integers_of_every_length_are_spelled_as_the_standard_library_spells_them)
+{
+    std::uint64_t power = 1;
+    for (int digits = 1; digits <= 20; ++digits, power *= 10) {
+        for (const std::uint64_t number : {power - 1, power, power + 1, power / 3, power * 9}) {
+            EXPECT_EQ(as_value(number), std::to_string(number));
+            EXPECT_EQ(as_value(static_cast<std::int64_t>(number)), std::to_string(static_cast<std::int64_t>(number)));
+            EXPECT_EQ(as_value(static_cast<std::int64_t>(0 - number)),
+                      std::to_string(static_cast<std::int64_t>(0 - number)));
+        }
+    }
+}
+
 TEST(YAJL_Gen, escapes_are_the_short_ones)
 {
     EXPECT_EQ(as_value("\"\\/\b\f\n\r\t\x01\x1f\x7f"), "\"\\\"\\\\/\\b\\f\\n\\r\\t\\u0001\\u001F\x7f\"");
