@@ -63,7 +63,7 @@ run() {
     local words
     words=$(printf ' %q' "${1##*/}" "${@:2}")
     printf '   $%s\n' "$words"
-    "$@" 2>&1 | sed 's/^/     /'
+    "$@" 2>&1 | sed 's/^/     /' || fail "that command failed"
 }
 
 holds() { # claim, command...
@@ -131,6 +131,17 @@ for file in README.md "$strange"; do
     run "$agent" restore "$file" --pool pool --set "$incremental" --to "restored/$file"
     holds "its checksum is that of the file" same "$(sha256_of "restored/$file")" "$(sha256_of "source/$file")"
 done
+
+say "Damage is noticed" "A copy of the pool in which some bytes were changed."
+cp -r pool damaged
+LC_ALL=C sed -i 's/Grüße aus Köln/Gruesse aus Koeln/' "damaged/$full"/segment-*.tar
+restored_damage() { "$agent" restore "$strange" --pool damaged --set "$incremental" --to restored/damaged 2>&1; }
+if message=$(restored_damage); then
+    fail "the damaged file was restored"
+fi
+printf '     %s\n' "$message"
+holds "nothing was restored from it" test ! -e restored/damaged
+rm -r damaged
 
 say "Everything lies in $dir" \
     "source/                          what was backed up" \

@@ -130,6 +130,8 @@ public:
                                    {"left_out", left_out_}};
             index.finish();
             write_document();
+            log_at(LM_INFO, "set %s: %u entries, %u of them unchanged, %u left out\n", set_.uuid.c_str(), entries_,
+                   unchanged_, left_out_);
         } catch (...) {
             std::error_code error;
             fs::remove_all(directory, error);
@@ -326,9 +328,9 @@ private:
     std::optional<New_File> index_;
     std::optional<Tar_Segment> segment_;
     std::string object_; ///< the segment's name in the pool
-    std::size_t entries_ = 0;
-    std::size_t unchanged_ = 0;
-    std::size_t left_out_ = 0;
+    unsigned entries_ = 0;
+    unsigned unchanged_ = 0;
+    unsigned left_out_ = 0;
     dev_t device_ = 0;
 };
 
