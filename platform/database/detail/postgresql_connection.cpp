@@ -325,6 +325,7 @@ bool PostgreSQL_Connection::be_connected()
         has_stale_statements_ = false;
         statements_.clear();
         pipeline_.drop(pipeline_.run("DEALLOCATE ALL"));
+        pipeline_.sync(); // else it would be part of the transaction that begins next
     }
     return true;
 }
