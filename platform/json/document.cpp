@@ -177,6 +177,19 @@ bool same_elements(std::string_view a, std::string_view b)
                       [](const Member& one, const Member& other) { return same_content(one.text, other.text); });
 }
 
+/// From the opening quote of a string to behind its closing one.
+const char* behind_string(const char* at, const char* end)
+{
+    ++at;
+    while (at != end && *at != '"') {
+        if (*at == '\\' && at + 1 != end) {
+            ++at;
+        }
+        at = json_text::skip_plain(at + 1, end);
+    }
+    return at == end ? end : at + 1;
+}
+
 std::string_view trimmed(std::string_view text)
 {
     const std::size_t first = std::min(text.find_first_not_of(" \n\t\r"), text.size());
@@ -211,23 +224,22 @@ bool split_array(std::string_view text, std::vector<Member>& elements, std::stri
 
 std::string compact(std::string_view text)
 {
-    std::string result;
-    result.reserve(text.size());
-    bool in_string = false;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (in_string && c == '\\' && i + 1 < text.size()) {
-            result.push_back(c);
-            result.push_back(text[++i]);
-            continue;
-        }
-        if (c == '"') {
-            in_string = !in_string;
-        }
-        if (in_string || (c != ' ' && c != '\n' && c != '\t' && c != '\r')) {
-            result.push_back(c);
+    std::string result(text.size(), '\0');
+    char* out = result.data();
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        if (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r') {
+            ++at;
+        } else if (*at == '"') {
+            const char* const behind = behind_string(at, end);
+            out = std::copy(at, behind, out);
+            at = behind;
+        } else {
+            *out++ = *at++;
         }
     }
+    result.resize(static_cast<std::size_t>(out - result.data()));
     return result;
 }
 

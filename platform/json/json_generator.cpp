@@ -23,7 +23,7 @@ void copy_piece(char* out, const char* piece, std::size_t length)
         std::memcpy(last, piece + length - sizeof last, sizeof last);
         std::memcpy(out, first, sizeof first);
         std::memcpy(out + length - sizeof last, last, sizeof last);
-    } else if (length != 0) { // then `piece` may be null
+    } else {
         std::memcpy(out, piece, length);
     }
 }

@@ -200,14 +200,13 @@ private:
 
     const Token* build_object(const Token* token, Object& object)
     {
-        constexpr std::size_t few = 24;
         const Token* const end = tokens_ + token->next;
         Object::sequence_type members;
         members.reserve(token->size);
-        Member_Place here[few];
+        Member_Place here[few_keys];
         std::unique_ptr<Member_Place[]> heap;
         Member_Place* places = here;
-        if (token->size > few) {
+        if (token->size > few_keys) {
             heap = std::make_unique_for_overwrite<Member_Place[]>(token->size);
             places = heap.get();
         }
@@ -264,6 +263,7 @@ private:
     /// nothing about its place.
     bool sort_keys(const Token* object, Member_Place* places) const
     {
+        const bool few = object->size <= few_keys;
         std::size_t count = 0;
         const Token* const end = tokens_ + object->next;
         for (const Token* key = object + 1; key != end; key = behind_value(key + 1)) {
@@ -272,14 +272,12 @@ private:
             }
             const Member_Place place{prefix_of(*key), key};
             std::size_t at = count++;
-            if (count <= 32) {
-                for (; at > 0 && place < places[at - 1]; --at) {
-                    places[at] = places[at - 1];
-                }
+            for (; few && at > 0 && place < places[at - 1]; --at) {
+                places[at] = places[at - 1];
             }
             places[at] = place;
         }
-        if (count > 32) {
+        if (!few) {
             std::stable_sort(places, places + count);
         }
         return true;
@@ -294,6 +292,9 @@ private:
                                       [](const auto& a, const auto& b) { return a.first == b.first; });
         members.erase(members.begin(), kept.base());
     }
+
+    /// So many keys are put in order on the stack, as they come.
+    static constexpr std::size_t few_keys = 16;
 
     const char* end_;
     const Token* tokens_;

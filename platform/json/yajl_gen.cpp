@@ -36,6 +36,9 @@ bool write_quoted(yajl_gen_t* gen, std::string_view text, std::string_view quote
     if (status != yajl_gen_keys_must_be_strings) {
         return status == yajl_gen_status_ok;
     }
+    if (text.empty()) {
+        return yajl_gen_string(gen, bytes(""), 0) == yajl_gen_status_ok; // its address may be null
+    }
     if (quoted.size() == text.size() + 2) { // nothing was escaped or replaced
         return yajl_gen_string(gen, bytes(text.data()), text.size()) == yajl_gen_status_ok;
     }

@@ -160,11 +160,11 @@ TEST(JSON_read, keys_are_ordered_as_unsigned_bytes)
 
 TEST(JSON_read, objects_of_any_size_are_complete_and_in_order)
 {
-    for (const int size : {1, 2, 23, 24, 25, 31, 32, 33, 34, 100, 1000}) {
+    for (const int size : {1, 2, 15, 16, 17, 18, 33, 100, 1000}) {
         std::string text;
         for (int i = 0; i < size; ++i) {
             // A step that has no common divisor with the sizes visits every number once, far from in order.
-            const int number = static_cast<int>((i * 7919LL) % size);
+            const int number = static_cast<int>((i * 7919) % size);
             text += (i == 0 ? "{\"key" : ",\"key") + std::to_string(number) + "\":" + std::to_string(number);
         }
         const Value value = parsed(text + "}");
