@@ -1,14 +1,22 @@
 // Connections to a catalog database: SQLite and PostgreSQL behind one interface.
 //
 // A connection belongs to one thread at a time. Operations return false on failure: the reason has been logged once, at
-// LM_ERROR, and is kept in `last_error` until the next operation; values are never part of it.
+// LM_ERROR, and is kept in `last_error` until the next operation; values are never part of it. While a query runs, its
+// handler and its printer may only start further queries. An exception that they throw passes through and leaves the
+// connection usable.
+//
+// A connection to a server that is lost (CONNECTION_LOST) is made anew by the next operation outside of a transaction; an
+// open transaction has to be rolled back first. A SQLite file that was removed or replaced must be opened anew. On
+// PostgreSQL a failed query inside a transaction leaves nothing but its rollback, while a failed `execute` undoes only
+// itself, as on SQLite.
 //
 // How a column's value reaches the printer follows the column's declared type:
 //   text -> print_cstr; time -> print_cstr ("YYYY-MM-DD HH:MM:SS", UTC); integer -> print_int; unsigned -> print_uint;
 //   boolean -> print_bool; JSON -> print_json_text; UUID -> with a handler `handle_binary` with its 16 bytes, without one
 //   (and after an untreated hook) print_cstr with the lower-case text; other bytes -> print_cstr with the bytes;
 //   real -> print_real; NULL -> print_null.
-// An expression that is not a column follows the type of its value.
+// An expression that is not a column follows the type of its value, and so does a value in a SQLite column that its
+// declared type does not fit (a text in an integer column).
 #pragma once
 
 #include "platform/database/database_error.h"
@@ -44,7 +52,9 @@ public:
     /// A statement of a batch.
     using Statement = std::variant<SQL, Insert_SQL>;
 
-    /// "sqlite:PATH" (made when missing), "sqlite::memory:", or "postgresql://…" / "postgres://…" as libpq reads it.
+    /// "sqlite:PATH" (made when missing; PATH is taken as it stands), "sqlite::memory:", or "postgresql://…" /
+    /// "postgres://…" as libpq reads it. A SQLite connection waits 5 s for a lock; "sqlite:PATH?busy_timeout=MS" says
+    /// how long otherwise.
     /// On failure the result is null and `error`, when given, says why; it has been logged.
     static std::unique_ptr<Database_Connection> open(const std::string& url, Database_Error* error = nullptr);
 
@@ -62,11 +72,12 @@ public:
                                  database::sql::Query_Result_Handler* handler = nullptr) = 0;
 
     /// Runs statements that give no rows, in order, all or none: inside the open transaction, or in one of its own.
-    /// On PostgreSQL they travel in one trip. `changed` gets the number of rows inserted, updated and deleted.
+    /// On PostgreSQL they travel in one trip. On success `changed` gets the number of rows inserted, updated and deleted.
     virtual bool execute(std::span<const Statement> statements, std::int64_t* changed = nullptr) = 0;
     bool execute(const Statement& statement, std::int64_t* changed = nullptr);
 
-    /// Runs a script of several statements (DDL) as it stands, without parameters.
+    /// Runs a script of several statements (DDL) as it stands, without parameters. Inside a transaction it is part of
+    /// it; alone, what precedes a failed statement may stay.
     virtual bool execute_script(const std::string& script) = 0;
 
     // One transaction at a time. `begin_write` takes the write lock at once on SQLite, so that a later write cannot fail

@@ -139,6 +139,9 @@ private:
 
     bool is_in_transaction() const { return sqlite3_get_autocommit(db_) == 0; }
 
+    /// Outside of a transaction: the file is still where it was opened. What is written to one that was removed is lost.
+    bool check_file();
+
     bool report_engine(const std::string& statement, Source_Location where = Source_Location::current());
     bool report_open_failure(int code, const std::string& path);
     bool use_wal(int busy_timeout_ms);
@@ -227,6 +230,14 @@ bool SQLite_Connection::use_wal(int busy_timeout_ms)
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+}
+
+bool SQLite_Connection::check_file()
+{
+    int has_moved = 0;
+    sqlite3_file_control(db_, nullptr, SQLITE_FCNTL_HAS_MOVED, &has_moved); // leaves it 0 where there is no file
+    return is_in_transaction() || has_moved == 0
+           || report(Database_Error::CONNECTION_LOST, "the database file was removed or replaced", {});
 }
 
 Prepared* SQLite_Connection::prepare(const std::string& text, std::size_t hash, const Rendered_Ptr& rendered)
@@ -373,7 +384,7 @@ bool SQLite_Connection::run_statement(const Insert_SQL& insert, std::int64_t& ch
 bool SQLite_Connection::run_statements(std::span<const Statement> statements, std::int64_t& changed)
 {
     const bool is_inner = transaction() != Transaction::NONE;
-    if (!run(is_inner ? "SAVEPOINT statements" : "BEGIN IMMEDIATE")) {
+    if (!check_file() || !run(is_inner ? "SAVEPOINT statements" : "BEGIN IMMEDIATE")) {
         return false;
     }
     bool succeeded = true;
@@ -397,6 +408,9 @@ bool SQLite_Connection::run_statements(std::span<const Statement> statements, st
 
 bool SQLite_Connection::run_script(const std::string& script)
 {
+    if (!check_file()) {
+        return false;
+    }
     const bool was_in_transaction = is_in_transaction();
     const int code = sqlite3_exec(db_, script.c_str(), nullptr, nullptr, nullptr);
     const bool succeeded = code == SQLITE_OK || report_engine(script);
@@ -409,7 +423,7 @@ bool SQLite_Connection::run_script(const std::string& script)
 
 bool SQLite_Connection::run_begin(Transaction kind)
 {
-    return run(kind == Transaction::WRITE ? "BEGIN IMMEDIATE" : "BEGIN");
+    return check_file() && run(kind == Transaction::WRITE ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
 bool SQLite_Connection::run_commit()
@@ -455,6 +469,9 @@ bool SQLite_Connection::run_query(const SQL& sql, const Rendered_Ptr& rendered,
                                   database::sql::Query_Result_Printer& printer, Generate_Mode mode,
                                   database::sql::Query_Result_Handler* handler)
 {
+    if (depth() == 1 && !check_file()) {
+        return false;
+    }
     const Running prepared(prepare(rendered->text, rendered->hash, rendered));
     if (!prepared || !bind(*prepared, sql, *rendered)) {
         return false;
