@@ -100,6 +100,7 @@ private:
                 session_.tell(result.error, place_text(places_[i]) + ": not recorded");
             }
         }
+        session_.diagnostics.forget(); // what the store could not do at first and then did, or what was just told
         session_.out.flush();
         batch_.clear();
         places_.clear();

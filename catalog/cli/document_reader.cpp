@@ -70,23 +70,27 @@ bool Document_Reader::next(Item& item)
     }
     item = Item{++number_, line_, {}, {}};
     if (buffer_[start_] != '{') {
-        fail(item, start_, "a document begins with '{'", start_);
+        fail(item, 0, "a document begins with '{'", 0);
         return error_number_ == 0;
     }
-    std::size_t end = start_;
-    if (!find_end(end, item)) {
+    std::size_t length = 0;
+    if (!find_end(length, item)) {
         return error_number_ == 0;
     }
-    std::size_t behind = end;
+    if (length > longest_) {
+        fail(item, 0, too_long(), length);
+        return error_number_ == 0;
+    }
+    std::size_t behind = length;
     if (!line_ends(behind)) {
-        fail(item, behind, "something stands behind the document on its last line", end);
+        fail(item, behind, "something stands behind the document on its last line", length);
         return error_number_ == 0;
     }
     if (error_number_ != 0) {
         return false;
     }
-    item.text.assign(buffer_, start_, end - start_);
-    forget(behind - start_);
+    item.text.assign(buffer_, start_, length);
+    forget(behind);
     return true;
 }
 
@@ -133,67 +137,73 @@ bool Document_Reader::skip_white_space()
     }
 }
 
-/// Finds the end of the document that begins at `start_`; without one, fills the item's fault.
-bool Document_Reader::find_end(std::size_t& end, Item& item)
+/// Finds the length of the document that begins at `start_`; without one, fills the item's fault.
+bool Document_Reader::find_end(std::size_t& length, Item& item)
 {
     static const yajl_callbacks callbacks = nesting_callbacks();
     Nesting nesting;
     const std::unique_ptr<yajl_handle_t, decltype(&yajl_free)> parser(yajl_alloc(&callbacks, nullptr, &nesting),
                                                                       yajl_free);
-    std::size_t length = 0; // of what the parser has seen
+    length = 0; // of what the parser has seen
     while (true) {
         const std::size_t from = start_ + length;
         const std::size_t count = std::min(buffer_.size() - from, chunk);
         const yajl_status status = yajl_parse(parser.get(), bytes(buffer_.data() + from), count);
         if (status != yajl_status_ok) {
-            end = from + yajl_get_bytes_consumed(parser.get());
+            length += yajl_get_bytes_consumed(parser.get());
             if (status == yajl_status_client_canceled && !nesting.too_deep) {
                 return true;
             }
             const std::string why = nesting.too_deep ? "nested too deeply" : reason(parser.get());
-            return fail(item, std::min(end, buffer_.size()), "malformed JSON: " + why, start_);
+            return fail(item, length, "malformed JSON: " + why, 0);
         }
         length += count;
         if (length > longest_) {
-            return fail(item, start_, "longer than " + std::to_string(longest_) + " bytes", start_);
+            return fail(item, 0, too_long(), 0);
         }
         if (start_ + length == buffer_.size() && !fill()) {
-            return fail(item, buffer_.size(), "malformed JSON: the input ends inside the document", start_);
+            return fail(item, length, "malformed JSON: the input ends inside the document", 0);
         }
     }
 }
 
-/// Whether nothing but white space stands between `at` and the end of its line; `at` moves to what does.
-bool Document_Reader::line_ends(std::size_t& at)
+std::string Document_Reader::too_long() const
+{
+    return "longer than " + std::to_string(longest_) + " bytes";
+}
+
+/// Whether nothing but white space stands from `place` to the end of its line; `place` moves to what does, or to the end
+/// of the line.
+bool Document_Reader::line_ends(std::size_t& place)
 {
     while (true) {
-        for (; at < buffer_.size(); ++at) {
-            if (buffer_[at] == '\n' || !is_white_space(buffer_[at])) {
-                return buffer_[at] == '\n';
+        for (; start_ + place < buffer_.size(); ++place) {
+            const char c = buffer_[start_ + place];
+            if (c == '\n' || !is_white_space(c)) {
+                return c == '\n';
             }
         }
-        const std::size_t offset = at - start_;
         if (!fill()) {
             return true;
         }
-        at = start_ + offset;
     }
 }
 
-/// Fills a fault at `where` in the buffer and skips to the document after `resume`. Always false.
-bool Document_Reader::fail(Item& item, std::size_t where, std::string why, std::size_t resume)
+/// Fills a fault at `place` and skips to the document behind `resume`. Always false.
+bool Document_Reader::fail(Item& item, std::size_t place, std::string why, std::size_t resume)
 {
     const auto begin = buffer_.begin() + static_cast<std::ptrdiff_t>(start_);
-    const auto place = buffer_.begin() + static_cast<std::ptrdiff_t>(where);
-    item.line = line_ + static_cast<std::size_t>(std::count(begin, place, '\n'));
+    const auto end = begin + static_cast<std::ptrdiff_t>(std::min(place, buffer_.size() - start_));
+    item.line = line_ + static_cast<std::size_t>(std::count(begin, end, '\n'));
     item.fault = std::move(why);
-    skip_to_next_document(resume);
+    forget(resume);
+    skip_to_next_document();
     return false;
 }
 
-void Document_Reader::skip_to_next_document(std::size_t from)
+/// Skips to the next line that begins with an opening brace.
+void Document_Reader::skip_to_next_document()
 {
-    forget(from - start_);
     while (true) {
         const std::size_t line_end = buffer_.find('\n', start_);
         if (line_end == std::string::npos) {

@@ -42,10 +42,12 @@ public:
 private:
     bool fill();
     bool skip_white_space();
-    bool find_end(std::size_t& end, Item& item);
-    bool line_ends(std::size_t& at);
-    bool fail(Item& item, std::size_t where, std::string why, std::size_t resume);
-    void skip_to_next_document(std::size_t from);
+    // Places in the document are counted from `start_`, for reading on may move the buffer.
+    bool find_end(std::size_t& length, Item& item);
+    std::string too_long() const;
+    bool line_ends(std::size_t& place);
+    bool fail(Item& item, std::size_t place, std::string why, std::size_t resume);
+    void skip_to_next_document();
     void forget(std::size_t count);
 
     std::istream& in_;

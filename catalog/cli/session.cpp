@@ -104,6 +104,8 @@ std::unique_ptr<Catalog_Store> Session::open_catalog(Exit_Code& exit, Catalog_St
     std::unique_ptr<Catalog_Store> store = Catalog_Store::open(url, policy, error);
     if (store == nullptr) {
         exit = tell(error, without_password(url));
+    } else {
+        diagnostics.forget(); // what was in the way and is no more
     }
     return store;
 }

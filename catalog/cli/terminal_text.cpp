@@ -58,7 +58,7 @@ bool turns_direction(wchar_t code)
 
 bool is_unsafe(const Character& character)
 {
-    return !character.valid || ::wcwidth(character.code) < 0 || turns_direction(character.code);
+    return !character.valid || character.code == 0 || ::wcwidth(character.code) < 0 || turns_direction(character.code);
 }
 
 void append_hex(std::string& out, const char* prefix, unsigned number, int digits)

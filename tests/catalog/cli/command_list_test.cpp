@@ -111,7 +111,8 @@ TEST_P(List_Command, people_are_told_how_to_go_on)
 
 TEST_P(List_Command, no_limit_goes_through_all_pages)
 {
-    ASSERT_EQ(catalog->run({"record", "-"}, documents(100, 1100)).exit, 0);
+    const Result recorded = catalog->run({"record", "-"}, documents(100, 1100));
+    ASSERT_EQ(recorded.exit, 0) << recorded.err;
     const Result all = catalog->run({"list", "--limit", "0", "--format", "ndjson"});
     EXPECT_EQ(lines(all.out).size(), 1103u);
     EXPECT_EQ(all.err, "");

@@ -93,7 +93,9 @@ TEST_P(Load_Command, type_that_reads_its_own_table_alone_says_what_is_missing)
                 const Result result = catalog->run({command, type.id});
                 EXPECT_EQ(result.exit, 0) << type.id << ": " << result.err;
                 EXPECT_EQ(lines(result.err).size(), alone ? 1u : 0u) << type.id << ": " << result.err;
-                EXPECT_EQ(count(result.err, type.tables.front()), alone ? 1u : 0u) << type.id << ": " << result.err;
+                if (alone) {
+                    EXPECT_EQ(count(result.err, type.tables.front()), 1u) << type.id << ": " << result.err;
+                }
             }
         }
     }

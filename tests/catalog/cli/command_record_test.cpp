@@ -80,10 +80,10 @@ TEST_P(Record_Command, recording_again_is_no_failure_and_changes_nothing)
 
 TEST_P(Record_Command, a_refused_document_names_its_place_and_leaves_the_others)
 {
-    Sample odd;
-    odd.number = 2;
-    odd.extra = ",\"dbid\":\"many\"";
-    const std::string path = file("sets.ndjson", document(1) + "\n" + document(odd) + "\n" + "{\"cut\n" + document(3));
+    std::string odd = document(2);
+    const std::string dbid = "\"dbid\":0";
+    odd.replace(odd.find(dbid), dbid.size(), "\"dbid\":\"many\"");
+    const std::string path = file("sets.ndjson", document(1) + "\n" + odd + "\n" + "{\"cut\n" + document(3));
     const Result result = catalog->run({"record", path});
     EXPECT_EQ(result.exit, 4);
     EXPECT_EQ(result.out, sample_uuid(1) + "\n" + sample_uuid(3) + "\n");

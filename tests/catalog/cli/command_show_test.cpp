@@ -23,7 +23,6 @@ TEST_P(Show_Command, json_is_the_recorded_document_byte_for_byte)
 {
     Sample sample;
     sample.name = "备份 \\ \"x\"";
-    sample.extra = R"(,"unknown":[1.50,1e400000,{"a":1,"a":2}],"name":"again","dbid":18446744073709551615)";
     sample.extra = R"(,"unknown":[1.50,2e3,{"a":1,"a":2}])";
     record(document(sample));
     const Result result = catalog->run({"show", sample_uuid(1), "--format", "json"});
@@ -44,8 +43,7 @@ TEST_P(Show_Command, text_has_the_document_the_pieces_and_the_storages)
 {
     Sample sample;
     sample.type = "file";
-    sample.extra = R"(,"twice":1,"twice":[2]})";
-    sample.extra.pop_back();
+    sample.extra = R"(,"twice":1,"twice":[2])";
     record(document(sample));
     const Result result = catalog->run({"show", sample_uuid(1)});
     EXPECT_EQ(result.exit, 0) << result.err;
@@ -55,10 +53,10 @@ TEST_P(Show_Command, text_has_the_document_the_pieces_and_the_storages)
     EXPECT_NE(result.out.find("    \"twice\": 1,\n    \"twice\": [\n        2\n    ]\n}\n"), std::string::npos)
         << result.out;
     EXPECT_NE(result.out.find("\nPieces\n"
-                              "  OBJECT          SIZE  PATH         ATTRIBUTES\n"
-                              "  set1/piece0   1000 B  /data/file0\n"
-                              "  set1/piece1   1001 B  /data/file1\n"
-                              "  set1/piece2   1002 B  /data/file2\n"),
+                              "  OBJECT         SIZE  PATH         ATTRIBUTES\n"
+                              "  set1/piece0  1000 B  /data/file0\n"
+                              "  set1/piece1  1001 B  /data/file1\n"
+                              "  set1/piece2  1002 B  /data/file2\n"),
               std::string::npos)
         << result.out;
     EXPECT_NE(result.out.find("\nStorages\n"

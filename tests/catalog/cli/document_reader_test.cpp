@@ -192,7 +192,7 @@ TEST(Document_Reader, pieces_of_any_size_give_the_same_documents)
     const std::string text =
         "\n{\"a\":\"Grö\\u00dfe 备份\"}\n{\n \"b\": [1,2,\n{}]}  \r\n{\"c\" 1}\nx\n{\"d\":\n{\"e\":1}\n{\"f\":0}";
     const Told whole = told(all_items(text));
-    ASSERT_EQ(whole.size(), 7u);
+    ASSERT_EQ(whole.size(), 6u) << "the line x goes with the malformed one before it";
     for (std::size_t step = 1; step <= text.size(); ++step) {
         Dripping_Buffer buffer(text, step);
         std::istream in(&buffer);
