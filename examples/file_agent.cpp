@@ -10,11 +10,11 @@
 //
 // Exit code: 0 done, 1 failed (nothing is left behind), 2 wrong use, 3 done, but what was reported is left out.
 #include "backup_set/common/file_backup_set.h"
+#include "file_index.h"
 #include "host.h"
 #include "platform/json/json_generator.h"
 #include "platform/json/object_get.h"
 #include "platform/json/value.h"
-#include "platform/json/yajl_gen.h"
 #include "platform/text/log.h"
 #include "platform/text/posix_time.h"
 #include "tar_pool.h"
@@ -23,15 +23,12 @@
 
 #include <algorithm>
 #include <iostream>
-#include <unordered_map>
 #include <vector>
 
 namespace {
 
 using namespace tar_pool;
 using json_spirit::Object;
-
-constexpr const char* index_name = "index.jsonl";
 
 struct Options
 {
@@ -58,45 +55,6 @@ std::string pool_uuid(const fs::path& pool)
         file.finish();
     }
     return usual_uuid(first_line(path));
-}
-
-/// An index is one JSON object a line: first the set's, then one for each file. Paths are relative to the directory and
-/// spelled as in a URI, so that any bytes fit.
-struct Index
-{
-    Object head;
-    std::unordered_map<std::string, Object> files; ///< by path
-};
-
-Index read_index(const fs::path& path)
-{
-    Index index;
-    std::ifstream file(path);
-    std::string error;
-    for (std::string line; std::getline(file, line);) {
-        json_spirit::Value value;
-        if (!json_spirit::read(line, value, &error)) {
-            fail(path, error);
-        }
-        Object& object = value.get_obj();
-        if (index.head.empty()) {
-            index.head = std::move(object);
-        } else {
-            const std::string name = json_spirit::object_get_str_or_throw(object, "path");
-            index.files[name] = std::move(object);
-        }
-    }
-    if (!file.eof() || index.head.empty()) {
-        fail(path, "cannot be read as an index");
-    }
-    return index;
-}
-
-void write_line(New_File& index, const Object& object)
-{
-    JSON_Text line;
-    yajl_gen_value(line.get(), object);
-    index.write(line.take() + "\n");
 }
 
 class Backup
