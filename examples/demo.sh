@@ -93,6 +93,7 @@ full=$(uuid_of full.json)
 run ls -l "pool/$full"
 
 say "The next night, with a parent" "Only what has changed since the parent's index is stored again."
+sleep 1 # times have seconds
 echo "One more line." >>source/README.md
 run "$agent" backup source --pool pool --parent "$full" --since-index "pool/$full/index.jsonl" --document incremental.json
 incremental=$(uuid_of incremental.json)
