@@ -74,6 +74,12 @@ struct Own_Alias : Aliases<0, alias_t>
     static const char* base(Names) { return nullptr; }
 };
 
+/// A select that adds nothing.
+struct No_Select : Base_Alias
+{
+    static const char* base(Names) { return nullptr; }
+};
+
 /// A select that reads "backup_set" under a fixed alias, and beside it the type's own table.
 struct FusionCloud_Aliases : Aliases<0, alias_f>
 {
@@ -177,7 +183,7 @@ std::span<const Set_Type> set_types()
                                  "common JSON attributes"),
         entry<Oracle_Arch_Backup_Set>("oracle_arch", "Oracle_Arch_Backup_Set", oracle_arch_tables),
         entry<Oracle_Exp_Backup_Set>("oracle_exp", "Oracle_Exp_Backup_Set", oracle_exp_tables),
-        entry<MySQL_Backup_Set>(
+        entry<MySQL_Backup_Set, No_Select>(
             "mysql", "MySQL_Backup_Set", {},
             "`catalog_module` is empty on purpose: the agent's name, mysql or gbase, says the type; no "
             "table of its own, and its select adds nothing: the document keeps what the type writes"),
@@ -234,7 +240,7 @@ std::span<const Set_Type> set_types()
         entry<H3C_CAS_Backup_Set, Own_Alias>("h3c_cas", "H3C_CAS_Backup_Set", h3c_cas_tables, own_table_only),
         entry<CloudOS_Backup_Set, Own_Alias>("cloudos", "CloudOS_Backup_Set", cloudos_tables, own_table_only),
         entry<K8S_Backup_Set>("k8s", "K8S_Backup_Set", {}, no_columns),
-        entry<Windows_BMR_Backup_Set>(
+        entry<Windows_BMR_Backup_Set, No_Select>(
             "windows_bmr", "Windows_BMR_Backup_Set", {},
             "no table of its own, and its select adds nothing: the document keeps what the type "
             "writes; takes no text columns; writes `extended_attrs` twice: the common object, then "

@@ -44,13 +44,13 @@ struct Set_Summary
 /// Which sets to list; what is empty does not filter. All given filters must match.
 struct Set_Filter
 {
-    std::string type;                 ///< a type's id
-    std::string host;                 ///< the host's name, or its uuid in any spelling
-    std::string resource;             ///< the resource's uuid, in any spelling
-    std::string minor_resource;       ///< minor resource id
-    std::string state;                ///< name of a state that one of its copies has ("online")
-    std::optional<std::time_t> since; ///< started at this time or later
-    std::optional<std::time_t> until; ///< started before this time
+    std::string type = {};                 ///< a type's id
+    std::string host = {};                 ///< the host's name, or its uuid in any spelling
+    std::string resource = {};             ///< the resource's uuid, in any spelling
+    std::string minor_resource = {};       ///< minor resource id
+    std::string state = {};                ///< name of a state that one of its copies has ("online")
+    std::optional<std::time_t> since = {}; ///< started at this time or later
+    std::optional<std::time_t> until = {}; ///< started before this time
 };
 
 /// One page of a listing: newest first, sets that started at the same time by uuid.

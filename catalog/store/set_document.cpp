@@ -51,7 +51,7 @@ const char* with_article(Value_type type)
     case json_spirit::int_type:
         return "an integer";
     case json_spirit::real_type:
-        return "a number that is no integer of 64 bits";
+        return "a real number";
     default:
         return json_spirit::type_name(type);
     }
