@@ -46,7 +46,7 @@ Wrong_Type::Wrong_Type(const std::string& message) : std::runtime_error(message)
 
 Secure_String::Secure_String(std::string_view text) : text_(text) {}
 
-Secure_String::Secure_String(const Secure_String& other) : text_(other.text_) {}
+Secure_String::Secure_String(const Secure_String& other) = default;
 
 Secure_String::Secure_String(Secure_String&& other) noexcept : text_(std::move(other.text_))
 {

@@ -1,7 +1,10 @@
 // Writing JSON through a yajl generator.
 //
-// The output is always valid JSON: a byte that is not part of valid UTF-8 is written as U+FFFD, reals that are not
-// finite are refused. Objects of these classes belong to one thread at a time, like the generator that they write to.
+// Works on any generator, whatever its options; all pointers to one must not be null. The output is always valid JSON:
+// each byte that is not part of valid UTF-8 is written as U+FFFD, zero bytes as \u0000, a real that is not finite as null
+// (and logged). Text values and whole values are passed through yajl as they are to stand in the document, so that of a
+// generator's own layout and escaping (yajl_gen_beautify, yajl_gen_escape_solidus) they take nothing; `JSON_Text` lays
+// out everything alike. Objects of these classes belong to one thread at a time, like the generator that they write to.
 #pragma once
 
 #include "platform/export.h"
@@ -27,7 +30,9 @@ public:
         constexpr Str(const char* characters, std::size_t count, bool needs_no_escape = false) :
             text(characters), length(count), plain(needs_no_escape)
         {}
-        constexpr Str(const char* characters) : Str(characters, std::char_traits<char>::length(characters)) {}
+        constexpr Str(const char* characters) :
+            Str(characters, characters == nullptr ? 0 : std::char_traits<char>::length(characters))
+        {}
 
         const char* text;
         std::size_t length;
@@ -66,7 +71,8 @@ public:
 
     const YAJL_Gen& operator<<(char) const = delete; ///< neither a text nor a number
 
-    /// A whole JSON value, as `yajl_gen_value` writes it.
+    // A whole JSON value, as `yajl_gen_value` writes it; null, with a log line, for one that holds a real which is not
+    // finite.
     const YAJL_Gen& operator<<(const json_spirit::Value& value) const;
     const YAJL_Gen& operator<<(const json_spirit::Object& object) const;
     const YAJL_Gen& operator<<(const json_spirit::Array& array) const;

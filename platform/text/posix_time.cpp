@@ -7,6 +7,8 @@
 namespace {
 
 constexpr std::int64_t seconds_per_day = 86400;
+constexpr std::int64_t seconds_per_hour = 3600;
+constexpr std::int64_t seconds_per_minute = 60;
 constexpr std::string_view usual_format = "%Y-%m-%d %H:%M:%S";
 
 struct Civil_Date
@@ -119,7 +121,7 @@ bool take_offset(std::string_view text, std::int64_t& offset)
     if (hours < 0 || hours > 23 || minutes < 0 || minutes > 59 || !text.empty()) {
         return false;
     }
-    offset = (east ? 1 : -1) * (hours * 3600 + minutes * 60);
+    offset = (east ? 1 : -1) * (hours * seconds_per_hour + minutes * seconds_per_minute);
     return true;
 }
 
@@ -134,9 +136,9 @@ POSIX_Time_To_ISO8601::POSIX_Time_To_ISO8601(std::time_t time, const char* forma
         --day;
     }
     const Civil_Date date = date_of_day(day);
-    const auto hour = static_cast<int>(second / 3600);
-    const auto minute = static_cast<int>(second / 60 % 60);
-    const auto rest = static_cast<int>(second % 60);
+    const auto hour = static_cast<int>(second / seconds_per_hour);
+    const auto minute = static_cast<int>(second / seconds_per_minute % 60);
+    const auto rest = static_cast<int>(second % seconds_per_minute);
 
     if (date.year >= 0 && date.year <= 9999 && format == usual_format) {
         const auto year = static_cast<int>(date.year);
@@ -213,6 +215,7 @@ bool iso8601_to_posix_time(std::string_view text, std::time_t& time)
     if (!skip_fraction(text) || !take_offset(text, offset)) {
         return false;
     }
-    time = day_of_date(year, month, day) * seconds_per_day + hour * 3600 + minute * 60 + second - offset;
+    time = day_of_date(year, month, day) * seconds_per_day + hour * seconds_per_hour + minute * seconds_per_minute
+           + second - offset;
     return true;
 }

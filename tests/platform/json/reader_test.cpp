@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <sys/mman.h>
 #include <vector>
 
 using json_spirit::Array;
@@ -295,6 +296,18 @@ TEST(JSON_read, accepts_refuses_and_understands_mutated_texts_as_yajl_does)
     });
     EXPECT_GT(accepted, 20000u);
     EXPECT_GT(refused, 20000u);
+}
+
+TEST(JSON_read, a_text_of_four_gibibytes_is_refused_unread)
+{
+    const std::size_t size = std::size_t{1} << 32;
+    void* const room = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(room, MAP_FAILED);
+    Value value;
+    std::string error;
+    EXPECT_FALSE(json_spirit::read({static_cast<const char*>(room), size}, value, &error));
+    EXPECT_EQ(error, "invalid JSON at byte 4294967295: the text is too long");
+    munmap(room, size);
 }
 
 TEST(JSON_read, large_texts_are_read)

@@ -241,6 +241,7 @@ TEST(YAJL_Gen, null_pointers_are_the_empty_text)
     const char* const null = nullptr;
     EXPECT_EQ(as_value(null), "\"\"");
     EXPECT_EQ(as_value(YAJL_Gen::Str(nullptr, 0)), "\"\"");
+    EXPECT_EQ(as_value(YAJL_Gen::Str(null)), "\"\"");
     EXPECT_EQ(as_key([&](const YAJL_Gen& out) { out << null; }), R"({"":1})");
 }
 
