@@ -1,7 +1,7 @@
 // The tests that every record class passes on each engine, over a description of the class, with tables that hold what the
 // class selects:
 //
-//     INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Record_On_Engine_Test, record_test::On_Engines<record_test::File_Set>);
+//     INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Record_On_Engine_Test, On_Engines<File_Set>, Engine_Names);
 #pragma once
 
 #include "platform/database/load_records.h"
@@ -17,17 +17,6 @@
 #include <vector>
 
 namespace record_test {
-
-template <class Description, SQL_Dialect dialect_of_engine>
-struct On_Engine
-{
-    using Set = Description;
-    static constexpr SQL_Dialect dialect = dialect_of_engine;
-};
-
-template <class Description>
-using On_Engines =
-    ::testing::Types<On_Engine<Description, SQL_Dialect::SQLITE>, On_Engine<Description, SQL_Dialect::POSTGRESQL>>;
 
 /// The tables of a class; its own begin with the uuid of the set that a row belongs to.
 template <class Description>

@@ -375,4 +375,26 @@ typename Description::Record filled_record()
     return record;
 }
 
+/// A description together with an engine, for tests that run on each engine.
+template <class Description, SQL_Dialect dialect_of_engine>
+struct On_Engine
+{
+    using Set = Description;
+    static constexpr SQL_Dialect dialect = dialect_of_engine;
+};
+
+template <class Description>
+using On_Engines =
+    ::testing::Types<On_Engine<Description, SQL_Dialect::SQLITE>, On_Engine<Description, SQL_Dialect::POSTGRESQL>>;
+
+/// Names such tests by their engines.
+struct Engine_Names
+{
+    template <class On>
+    static std::string GetName(int)
+    {
+        return engine_name(On::dialect);
+    }
+};
+
 } // namespace record_test

@@ -1,6 +1,6 @@
 // The tests that every record class passes, over a description of the class:
 //
-//     INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Record_Test, record_test::File_Set);
+//     INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Record_Test, File_Set);
 //
 // Those of sets only are in `Set_Record_Test`.
 #pragma once

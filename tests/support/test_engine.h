@@ -141,12 +141,17 @@ private:
 
 /// For tests with the engine as their parameter:
 ///
-///     INSTANTIATE_TEST_SUITE_P(Engines, My_Test, ::testing::ValuesIn(engines), engine_name);
+///     INSTANTIATE_TEST_SUITE_P(Engines, My_Test, ::testing::ValuesIn(engines), name_of_engine);
 inline constexpr SQL_Dialect engines[] = {SQL_Dialect::SQLITE, SQL_Dialect::POSTGRESQL};
 
-inline std::string engine_name(const ::testing::TestParamInfo<SQL_Dialect>& info)
+inline std::string engine_name(SQL_Dialect dialect)
 {
-    return info.param == SQL_Dialect::SQLITE ? "Sqlite" : "Postgresql";
+    return dialect == SQL_Dialect::SQLITE ? "sqlite" : "postgresql";
+}
+
+inline std::string name_of_engine(const ::testing::TestParamInfo<SQL_Dialect>& info)
+{
+    return engine_name(info.param);
 }
 
 /// A test that runs on each engine. Its `SetUp` opens the database; PostgreSQL is skipped where there is none.

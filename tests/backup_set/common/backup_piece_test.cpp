@@ -10,7 +10,7 @@
 namespace record_test {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Piece, Record_Test, Piece);
-INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Piece, Record_On_Engine_Test, On_Engines<Piece>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Piece, Record_On_Engine_Test, On_Engines<Piece>, Engine_Names);
 
 TEST(Backup_Piece, virtual_operations_stand_in_order)
 {

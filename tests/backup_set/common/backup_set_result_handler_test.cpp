@@ -538,4 +538,5 @@ TEST_P(Backup_Set_Result_Handler_On_Engine_Test, storages_and_pieces_are_loaded_
     EXPECT_EQ(storages[0].upstream_pool_uuid, "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Engines, Backup_Set_Result_Handler_On_Engine_Test, ::testing::ValuesIn(engines), engine_name);
+INSTANTIATE_TEST_SUITE_P(Engines, Backup_Set_Result_Handler_On_Engine_Test, ::testing::ValuesIn(engines),
+                         name_of_engine);

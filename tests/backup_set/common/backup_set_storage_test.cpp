@@ -10,7 +10,7 @@
 namespace record_test {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set_Storage, Record_Test, Storage);
-INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set_Storage, Record_On_Engine_Test, On_Engines<Storage>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set_Storage, Record_On_Engine_Test, On_Engines<Storage>, Engine_Names);
 
 TEST(Backup_Set_Storage, virtual_operations_stand_in_order)
 {

@@ -15,7 +15,7 @@
 namespace record_test {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set, Record_Test, Plain_Set);
-INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set, Record_On_Engine_Test, On_Engines<Plain_Set>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Backup_Set, Record_On_Engine_Test, On_Engines<Plain_Set>, Engine_Names);
 
 namespace {
 

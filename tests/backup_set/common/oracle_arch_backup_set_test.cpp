@@ -7,6 +7,7 @@ namespace record_test {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Record_Test, Oracle_Arch_Set);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Set_Record_Test, Oracle_Arch_Set);
-INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Record_On_Engine_Test, On_Engines<Oracle_Arch_Set>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Record_On_Engine_Test, On_Engines<Oracle_Arch_Set>,
+                               Engine_Names);
 
 } // namespace record_test

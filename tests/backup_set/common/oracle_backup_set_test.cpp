@@ -7,6 +7,6 @@ namespace record_test {
 
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Record_Test, Oracle_Set);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Set_Record_Test, Oracle_Set);
-INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Record_On_Engine_Test, On_Engines<Oracle_Set>);
+INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Record_On_Engine_Test, On_Engines<Oracle_Set>, Engine_Names);
 
 } // namespace record_test
