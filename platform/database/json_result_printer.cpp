@@ -6,7 +6,21 @@
 
 #include <yajl/yajl_gen.h>
 
-#include <cstring>
+#include <charconv>
+#include <cmath>
+#include <string_view>
+
+namespace {
+
+template <class Integer>
+bool write_number(yajl_gen_t* gen, Integer number)
+{
+    char text[24];
+    const char* const end = std::to_chars(text, text + sizeof text, number).ptr;
+    return yajl_gen_raw(gen, {text, static_cast<std::size_t>(end - text)});
+}
+
+} // namespace
 
 JSON_Result_Printer::JSON_Result_Printer(yajl_gen_t* gen) : gen_(gen) {}
 
@@ -27,22 +41,19 @@ bool JSON_Result_Printer::print_cstr(int, const char* key, const char* value, st
 bool JSON_Result_Printer::print_int(int, const char* key, ACE_INT64 value)
 {
     this->key(key);
-    YAJL_Gen(gen_) << value;
-    return true;
+    return write_number(gen_, value);
 }
 
 bool JSON_Result_Printer::print_uint(int, const char* key, ACE_UINT64 value)
 {
     this->key(key);
-    YAJL_Gen(gen_) << value;
-    return true;
+    return write_number(gen_, value);
 }
 
 bool JSON_Result_Printer::print_bool(int, const char* key, bool value)
 {
     this->key(key);
-    YAJL_Gen(gen_) << value;
-    return true;
+    return yajl_gen_raw(gen_, value ? "true" : "false");
 }
 
 bool JSON_Result_Printer::print_json(int, const char* key, const json_spirit::Value& value)
@@ -69,7 +80,7 @@ bool JSON_Result_Printer::print_json_text(int, const char* key, const char* text
 bool JSON_Result_Printer::print_real(int, const char* key, double value)
 {
     this->key(key);
-    return yajl_gen_value(gen_, value) || yajl_gen_null(gen_) == yajl_gen_status_ok;
+    return std::isfinite(value) ? yajl_gen_value(gen_, value) : yajl_gen_null(gen_) == yajl_gen_status_ok;
 }
 
 bool JSON_Result_Printer::print_null(int, const char* key)

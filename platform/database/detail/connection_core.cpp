@@ -24,6 +24,7 @@ bool Connection_Core::report(Database_Error error, Source_Location where)
     error.where = std::string(where.file) + ':' + std::to_string(where.line);
     std::ranges::replace_if(
         error.message, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
+    error.message.erase(error.message.find_last_not_of(' ') + 1);
     last_error_ = std::move(error);
     log_at(LM_ERROR, Log_Format("Database: %C\n", where), last_error_.text().c_str());
     return false;

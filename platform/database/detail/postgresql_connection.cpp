@@ -381,7 +381,6 @@ void PostgreSQL_Connection::recover(Operation operation)
     if (pipeline_.failure().happened) {
         forget_statements(); // it is not known which of them the server has prepared
     }
-    pipeline_.forget_failure();
     const PGTransactionStatusType status = PQtransactionStatus(pipeline_.connection());
     if (is_own_transaction()) {
         if (status != PQTRANS_IDLE) {
@@ -485,6 +484,7 @@ bool PostgreSQL_Connection::run_outermost(Running& running)
     if (!be_connected()) {
         return false;
     }
+    pipeline_.begin_scope();
     Undo undo(*this, Operation::QUERY);
     const bool only_reads = running.rendered->composed_select || fits_cursor(running.rendered->text);
     if (is_own_transaction()) {
@@ -821,6 +821,7 @@ bool PostgreSQL_Connection::run_statements(std::span<const Statement> statements
     if (!be_connected()) {
         return false;
     }
+    pipeline_.begin_scope();
     Undo undo(*this, Operation::STATEMENTS);
     sent_.clear();
     sent_.push_back({pipeline_.run(is_own_transaction() ? "BEGIN" : "SAVEPOINT statements"), nullptr});
@@ -890,6 +891,7 @@ bool PostgreSQL_Connection::run_begin(Transaction kind)
     if (!be_connected()) {
         return false;
     }
+    pipeline_.begin_scope();
     // It travels with the first statement.
     pipeline_.drop(
         pipeline_.run(kind == Transaction::WRITE ? "BEGIN" : "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"));
@@ -898,6 +900,7 @@ bool PostgreSQL_Connection::run_begin(Transaction kind)
 
 bool PostgreSQL_Connection::run_commit()
 {
+    pipeline_.begin_scope();
     Undo undo(*this, Operation::COMMIT);
     const Ticket commit = pipeline_.run("COMMIT");
     pipeline_.sync();
@@ -914,9 +917,11 @@ bool PostgreSQL_Connection::run_rollback()
     if (!pipeline_.is_connected()) {
         return true; // the server has rolled back
     }
+    pipeline_.begin_scope();
     const Ticket rollback = pipeline_.run("ROLLBACK");
     pipeline_.sync();
     const Result_Ptr result = pipeline_.take(rollback);
+    pipeline_.drain();
     return !pipeline_.is_connected() || check(result, nullptr);
 }
 

@@ -75,7 +75,7 @@ bool Pipeline::look_connected()
 Pipeline::Ticket Pipeline::push(int sent, bool is_sync, const Statement_Ptr& statement)
 {
     if (sent == 1) {
-        slots_.push_back({is_sync, is_sync, statement, nullptr});
+        slots_.push_back({is_sync, is_sync, syncs_, statement, nullptr});
         is_synced_ = is_sync;
         return first_ + slots_.size() - 1;
     }
@@ -115,6 +115,7 @@ Pipeline::Ticket Pipeline::sync()
 {
     const Ticket ticket = push(PQpipelineSync(connection_), true, nullptr);
     flushed_ = slots_.size();
+    ++syncs_;
     return ticket;
 }
 
@@ -199,7 +200,9 @@ void Pipeline::read_one()
         slot.result = receive(slot.is_sync);
     }
     ++read_;
-    if (!failure_.happened && slot.result != nullptr && PQresultStatus(slot.result.get()) == PGRES_FATAL_ERROR) {
+    if (!failure_.happened && slot.syncs >= scope_ && slot.result != nullptr
+        && PQresultStatus(slot.result.get()) == PGRES_FATAL_ERROR)
+    {
         const char* const sqlstate = PQresultErrorField(slot.result.get(), PG_DIAG_SQLSTATE);
         const char* const message = PQresultErrorField(slot.result.get(), PG_DIAG_MESSAGE_PRIMARY);
         failure_ = {true, sqlstate != nullptr ? sqlstate : "",
@@ -218,6 +221,12 @@ void Pipeline::forget_read()
         --read_;
         flushed_ -= flushed_ > 0 ? 1 : 0;
     }
+}
+
+void Pipeline::begin_scope()
+{
+    scope_ = syncs_;
+    failure_ = {};
 }
 
 std::string Pipeline::message() const

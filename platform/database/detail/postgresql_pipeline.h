@@ -76,9 +76,10 @@ public:
     /// Syncs if needed and waits until nothing is under way.
     void drain();
 
-    /// The first error since the last `forget_failure`, in the order of the commands.
+    /// From here on `failure` tells of commands that follow the last sync, not of what was dropped before it.
+    void begin_scope();
+    /// The first error of the scope, in the order of the commands.
     const Failure& failure() const { return failure_; }
-    void forget_failure() { failure_ = {}; }
 
     pg_conn* connection() const { return connection_; }
 
@@ -94,6 +95,7 @@ private:
     {
         bool is_sync;
         bool is_dropped;
+        std::uint64_t syncs; ///< that were sent before it
         Statement_Ptr statement;
         Result_Ptr result;
     };
@@ -110,6 +112,8 @@ private:
     std::size_t read_ = 0;    ///< how many of them have been read
     std::size_t flushed_ = 0; ///< how many of them the server has been asked to answer
     bool is_synced_ = true;   ///< no command was sent since the last sync
+    std::uint64_t syncs_ = 0; ///< that were sent
+    std::uint64_t scope_ = 0; ///< the same when the scope began
     Failure failure_;
 };
 
