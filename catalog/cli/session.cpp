@@ -117,6 +117,9 @@ Exit_Code Session::tell(const Error& error, const std::string& context)
         message += error.key + ": ";
     }
     message += error.message;
+    if (error.database.kind == Database_Error::FULL) {
+        message += "; there is no room for the database to grow"; // an engine may call that an I/O error
+    }
     diagnostics.error(message);
     return exit_code(error);
 }

@@ -5,6 +5,7 @@
 #include "platform/text/posix_time.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <stdexcept>
 
 namespace cli_test {
@@ -132,6 +133,14 @@ void Catalog::execute(const std::string& statements) const
     const std::unique_ptr<Database_Connection> connection = Database_Connection::open(url_);
     if (connection == nullptr || !connection->execute_script(statements)) {
         throw std::runtime_error("cannot run " + statements);
+    }
+}
+
+void Catalog::execute_beside(const std::string& statement)
+{
+    const auto connection = Database_Connection::open(std::getenv("BACKUP_SET_TEST_POSTGRESQL"));
+    if (connection == nullptr || !connection->execute_script(statement)) {
+        throw std::runtime_error("cannot run " + statement);
     }
 }
 

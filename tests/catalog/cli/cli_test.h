@@ -70,6 +70,12 @@ public:
     /// Runs statements in the database, beside the program.
     void execute(const std::string& statements) const;
 
+    /// Of a PostgreSQL catalog.
+    const std::string& database_name() const { return postgresql_->name(); }
+
+    /// Runs a statement in the PostgreSQL server, in another database than this one.
+    static void execute_beside(const std::string& statement);
+
     Result run(std::vector<std::string> arguments, const std::string& input = {}) const;
 
 private:
