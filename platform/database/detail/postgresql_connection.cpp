@@ -24,10 +24,10 @@ using Statement_Ptr = Pipeline::Statement_Ptr;
 constexpr std::size_t kept_statements = 128;
 
 //// A query that may have more rows than this goes through a cursor.
-constexpr int most_rows_directly = 200;
+constexpr int most_rows_directly = 100;
 
 // How many rows a cursor brings by one trip: as many as are likely to fit the size.
-constexpr int first_fetch = 100;
+constexpr int first_fetch = 25;
 constexpr int largest_fetch = 500;
 constexpr std::size_t fetch_size = std::size_t{4} << 20;
 

@@ -119,7 +119,7 @@ TEST_P(Nested_Query, hook_puts_a_query_of_its_own_into_each_row)
 TEST_P(Nested_Query, inner_query_may_have_any_number_of_rows)
 {
     Hook hook(print_parts);
-    const auto parts = [](int i) { return i == 20 ? 450 : i == 21 ? 201 : i == 22 ? 200 : i == 30 ? 1001 : 2; };
+    const auto parts = [](int i) { return i == 20 ? 450 : i == 21 ? 101 : i == 22 ? 100 : i == 30 ? 1001 : 2; };
     fill(60, parts);
     for (int turn = 0; turn < 3; ++turn) {
         EXPECT_EQ(rows(items(), GM_ORM_ROWS, &hook), expected_items(60, parts)) << turn;
