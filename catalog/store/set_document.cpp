@@ -281,10 +281,11 @@ public:
     void claim(const Set_Type& type)
     {
         for (const Repeated_Key& repeated : type.repeated_keys) {
+            const auto own = own_.emplace(repeated.key, nullptr).first;
             for (auto member = members_.rbegin(); member != members_.rend(); ++member) {
                 if (member->key == repeated.key) {
                     if (member->type == repeated.type) {
-                        own_.emplace(repeated.key, &*member);
+                        own->second = &*member;
                     }
                     break;
                 }
@@ -317,7 +318,7 @@ public:
 private:
     std::vector<Member> members_;
     std::unordered_map<std::string_view, const Member*> first_;
-    std::unordered_map<std::string_view, const Member*> own_;
+    std::unordered_map<std::string_view, const Member*> own_; ///< of the repeated keys; null: there is none
 };
 
 /// A text under a key that has to be a string when it is there.

@@ -441,6 +441,21 @@ TEST_P(Store_Test, columns_of_the_other_family_in_a_shared_table_stay_null)
               (std::vector<std::string>{"1", "NULL", "NULL"}));
 }
 
+TEST_P(Store_Test, the_database_itself_takes_no_values_of_another_kind)
+{
+    record(R"({"catalog_module":"oracle","uuid":")" + uuid(1) + "\"}");
+    Log_Capture log;
+    for (const char* wrong : {"backup_set SET host_uuid = 'abc'", "backup_set SET size = 'many'",
+                              "backup_set SET first_time = '2024-02-30 00:00:00'", "backup_set SET uname = '{'",
+                              "backup_set SET backup_start_time = NULL", "backup_set SET name = NULL, uuid = NULL",
+                              "oracle_backup_set SET dbid = 'x'", "oracle_backup_set SET cdb = 2"})
+    {
+        EXPECT_FALSE(store().connection().execute_script("UPDATE " + std::string(wrong))) << wrong;
+    }
+    run("UPDATE backup_set SET host_uuid = NULL, size = NULL, first_time = NULL, uname = NULL, name = NULL");
+    run("UPDATE oracle_backup_set SET dbid = NULL, cdb = NULL, special_files = NULL");
+}
+
 TEST_P(Store_Test, damaged_pieces_are_told)
 {
     record(small(uuid(1), R"("pieces":[{"path":"p"},{"path":"q"}])"));
