@@ -6,6 +6,7 @@
 
 #include <yajl/yajl_gen.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -20,6 +21,11 @@ bool write_number(yajl_gen_t* gen, Integer number)
     return yajl_gen_raw(gen, {text, static_cast<std::size_t>(end - text)});
 }
 
+bool needs_no_escape(char c)
+{
+    return c >= ' ' && c < '\x7f' && c != '"' && c != '\\' && c != '/';
+}
+
 } // namespace
 
 JSON_Result_Printer::JSON_Result_Printer(yajl_gen_t* gen) : gen_(gen) {}
@@ -27,7 +33,8 @@ JSON_Result_Printer::JSON_Result_Printer(yajl_gen_t* gen) : gen_(gen) {}
 void JSON_Result_Printer::key(const char* key)
 {
     if (!in_row_.empty() && in_row_.back()) {
-        YAJL_Gen(gen_) << key;
+        const std::string_view text(key);
+        YAJL_Gen(gen_) << YAJL_Gen::Str(key, text.size(), std::ranges::all_of(text, needs_no_escape));
     }
 }
 
