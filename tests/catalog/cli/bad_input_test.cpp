@@ -70,6 +70,12 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(Engines, Bad_Input, ::testing::Values("sqlite", "postgresql"), engine_name);
 
+/// A file has no connection that could break.
+class Broken_Connection : public Bad_Input
+{};
+
+INSTANTIATE_TEST_SUITE_P(Engines, Broken_Connection, ::testing::Values("postgresql"), engine_name);
+
 } // namespace
 
 TEST_P(Bad_Input, malformed_json)
@@ -269,11 +275,8 @@ TEST_P(Bad_Input, database_gone_in_the_middle)
     expect_no_half_set(catalog->url());
 }
 
-TEST_P(Bad_Input, connection_that_was_idle_and_broke_is_made_again)
+TEST_P(Broken_Connection, connection_that_was_idle_and_broke_is_made_again)
 {
-    if (!catalog->is_postgresql()) {
-        return; // a file has no connection that could break
-    }
     Child child({"--database", catalog->url(), "record", "-"});
     std::string line;
     child.write(document(1) + "\n");
@@ -287,11 +290,8 @@ TEST_P(Bad_Input, connection_that_was_idle_and_broke_is_made_again)
     EXPECT_EQ(whole_samples(catalog->url(), 1, 2), (Numbers{1, 2}));
 }
 
-TEST_P(Bad_Input, connection_that_breaks_while_a_set_is_being_written)
+TEST_P(Broken_Connection, connection_that_breaks_while_a_set_is_being_written)
 {
-    if (!catalog->is_postgresql()) {
-        return; // a file has no connection that could break
-    }
     ASSERT_EQ(record(document(1)).exit, 0);
     const auto other = Database_Connection::open(catalog->url());
     ASSERT_NE(other, nullptr);
