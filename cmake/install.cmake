@@ -30,8 +30,18 @@ foreach(package IN ITEMS backup_platform backup_set)
   install(FILES ${PROJECT_BINARY_DIR}/${package}.pc DESTINATION ${pkgconfig_dir})
 endforeach()
 
-# The manual page and the completion of the command line, where they are written.
-file(GLOB man_pages CONFIGURE_DEPENDS man/*.1)
-install(FILES ${man_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-file(GLOB completion CONFIGURE_DEPENDS completions/backup-set)
-install(FILES ${completion} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+# The manual page and the completion of the command line, written by the program from the text of its --help.
+if(TARGET backup_set_cli)
+  add_custom_command(
+    OUTPUT ${PROJECT_BINARY_DIR}/backup-set.1 ${PROJECT_BINARY_DIR}/completions/backup-set
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/completions
+    COMMAND backup_set_cli --generate man > ${PROJECT_BINARY_DIR}/backup-set.1
+    COMMAND backup_set_cli --generate bash-completion > ${PROJECT_BINARY_DIR}/completions/backup-set
+    DEPENDS backup_set_cli
+    VERBATIM)
+  add_custom_target(backup_set_pages ALL DEPENDS ${PROJECT_BINARY_DIR}/backup-set.1
+                                                 ${PROJECT_BINARY_DIR}/completions/backup-set)
+  install(FILES ${PROJECT_BINARY_DIR}/backup-set.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES ${PROJECT_BINARY_DIR}/completions/backup-set
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()

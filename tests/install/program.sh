@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The installed program finds its libraries beside itself.
+# The installed program finds its libraries beside itself, and its manual page and completion come along.
 set -euo pipefail
 unset LD_LIBRARY_PATH
 
@@ -11,3 +11,5 @@ for library in backup_platform backup_set; do
     fi
 done
 "$PREFIX/bin/backup-set" --help >/dev/null
+grep -q '^\.TH' "$PREFIX/share/man/man1/backup-set.1"
+bash -n "$PREFIX/share/bash-completion/completions/backup-set"
