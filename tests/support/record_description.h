@@ -61,7 +61,8 @@ enum Member
     UINT_32,
     BOOL,
     OBJECT,
-    ARRAY
+    ARRAY,
+    TEXTS ///< an array that holds nothing but texts
 };
 
 /// Where a callback hands a column on that is not its own.
@@ -214,7 +215,7 @@ inline void fill_common(Backup_Set& set)
 }
 
 /// The document of such a record, up to its typed members.
-inline std::string filled_common(const std::string& module)
+inline std::string filled_common(const std::string& module, const std::string& agent = "agent word")
 {
     return R"({"catalog_module":)" + json_quoted(module)
            + R"(,"uuid":"0a000000-0000-4000-8000-000000000001","name":"Sets of )" + "\xcf\x80"
@@ -223,8 +224,9 @@ inline std::string filled_common(const std::string& module)
              R"("definition_uuid":"0a000000-0000-4000-8000-000000000003",)"
              R"("uid":"0a000000-0000-4000-8000-000000000004","host_uuid":"0a000000-0000-4000-8000-000000000005",)"
              R"("resource_uuid":"0a000000-0000-4000-8000-000000000006","minor_resource_id":"minor id",)"
-             R"("minor_resource_name":"minor name","agent":"agent word",)"
-             R"("incarnation":"0a000000-0000-4000-8000-000000000007","type":"full",)"
+             R"("minor_resource_name":"minor name","agent":)"
+           + json_quoted(agent)
+           + R"(,"incarnation":"0a000000-0000-4000-8000-000000000007","type":"full",)"
              R"("backup_start_time":"2024-01-03 00:00:03","uri":"smb:server","host":"host name",)"
              R"("instance":"instance name","instance_version":"1.2.3","first_scn":1000000000003,)"
              R"("last_scn":1000000000004,"first_time":"2024-01-01 00:00:01","last_time":"2024-01-02 00:00:02",)"
@@ -266,6 +268,9 @@ struct Record_Description
     /// Typed members that the document does not show, led by a comma, as JSON members.
     static std::string unwritten(const Record&) { return {}; }
 
+    /// The document's members that show what a column holds.
+    static std::vector<std::string> shown_under(const std::string& column) { return {column}; }
+
     /// Members that the document leaves out while they are empty or 0.
     static std::set<std::string> left_out_when_empty() { return {}; }
 
@@ -285,12 +290,16 @@ struct Set_Description : Record_Description<Of>
     /// Whether the select holds the columns of "backup_set".
     static constexpr bool selects_common = true;
 
+    /// The agent of a filled record. Where the module is empty it says the type.
+    static constexpr const char* agent = "agent word";
+
     static std::string fresh_document() { return fresh_common(Self::module) + Self::fresh + '}'; }
-    static std::string filled_document() { return filled_common(Self::module) + Self::filled + '}'; }
+    static std::string filled_document() { return filled_common(Self::module, Self::agent) + Self::filled + '}'; }
 
     static void fill_all(Of& record)
     {
         fill_common(record);
+        record.agent = Self::agent;
         Self::fill(record);
     }
 
@@ -300,9 +309,10 @@ struct Set_Description : Record_Description<Of>
         Of record = Self::make();
         if (Self::selects_common) { // a select of the type's table alone finds no column that the records take
             fill_all(record);
-            record.parents.clear();
-            record.storages.clear();
-            record.pieces.clear();
+            Backup_Set& common = record; // a type may have members that hide these
+            common.parents.clear();
+            common.storages.clear();
+            common.pieces.clear();
             Self::forget(record);
         }
         return record;
