@@ -5,12 +5,34 @@
 #include "platform/database/load_records.h"
 #include "platform/json/json_generator.h"
 #include "platform/json/yajl_gen.h"
-#include "tests/support/record_database_test.h"
+#include "tests/support/log_capture.h"
 #include "tests/support/records/backup_set.h"
+#include "tests/support/records/cachedb_backup_set.h"
+#include "tests/support/records/db2_backup_set.h"
+#include "tests/support/records/dmdb_backup_set.h"
+#include "tests/support/records/dmdb_log_backup_set.h"
+#include "tests/support/records/dmdb_logical_backup_set.h"
+#include "tests/support/records/domino_backup_set.h"
+#include "tests/support/records/exchange_backup_set.h"
 #include "tests/support/records/file_backup_set.h"
+#include "tests/support/records/gaussdb_backup_set.h"
+#include "tests/support/records/hana_backup_set.h"
+#include "tests/support/records/hive_backup_set.h"
+#include "tests/support/records/informix_backup_set.h"
+#include "tests/support/records/kingbase_backup_set.h"
+#include "tests/support/records/mongodb_backup_set.h"
+#include "tests/support/records/mssql_backup_set.h"
+#include "tests/support/records/ndmp_backup_set.h"
+#include "tests/support/records/oceanbase_backup_set.h"
 #include "tests/support/records/oracle_arch_backup_set.h"
 #include "tests/support/records/oracle_backup_set.h"
 #include "tests/support/records/oracle_exp_backup_set.h"
+#include "tests/support/records/oscar_backup_set.h"
+#include "tests/support/records/oscar_brcmd_backup_set.h"
+#include "tests/support/records/postgres_backup_set.h"
+#include "tests/support/records/sharepoint_backup_set.h"
+#include "tests/support/records/sybase_backup_set.h"
+#include "tests/support/test_engine.h"
 
 #include <gtest/gtest.h>
 
@@ -123,11 +145,15 @@ TYPED_TEST_P(Recorded_Set_Test, fresh_record_comes_back_by_its_own_select)
     using Set = typename TypeParam::Set;
     typename Set::Record fresh = Set::make();
     fresh.uuid = filled_set_uuid;
+    if (*Set::module == '\0') {
+        fresh.agent = Set::agent;
+    }
     this->catalog().record(to_json(fresh));
     const Log_Capture log;
     std::vector<typename Set::Record> loaded = this->load();
     ASSERT_EQ(loaded.size(), 1u) << this->catalog().connection().last_error().text();
     typename Set::Record expected = Set::loaded_null();
+    expected.agent = fresh.agent;
     EXPECT_EQ(to_json(loaded.front()) + Set::unwritten(loaded.front()), to_json(expected) + Set::unwritten(expected));
     EXPECT_EQ(log.count(), 0u) << log.text();
 }
@@ -135,10 +161,31 @@ TYPED_TEST_P(Recorded_Set_Test, fresh_record_comes_back_by_its_own_select)
 REGISTER_TYPED_TEST_SUITE_P(Recorded_Set_Test, document_comes_back_as_it_was_written,
                             filled_record_comes_back_by_its_own_select, fresh_record_comes_back_by_its_own_select);
 
+INSTANTIATE_TYPED_TEST_SUITE_P(CacheDB_Backup_Set, Recorded_Set_Test, On_Engines<CacheDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(DB2_Backup_Set, Recorded_Set_Test, On_Engines<DB2_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Backup_Set, Recorded_Set_Test, On_Engines<DMDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Log_Backup_Set, Recorded_Set_Test, On_Engines<DMDB_Log_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Logical_Backup_Set, Recorded_Set_Test, On_Engines<DMDB_Logical_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Domino_Backup_Set, Recorded_Set_Test, On_Engines<Domino_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Exchange_Backup_Set, Recorded_Set_Test, On_Engines<Exchange_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Recorded_Set_Test, On_Engines<File_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(GaussDB_Backup_Set, Recorded_Set_Test, On_Engines<GaussDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(HANA_Backup_Set, Recorded_Set_Test, On_Engines<HANA_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Hive_Backup_Set, Recorded_Set_Test, On_Engines<Hive_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Informix_Backup_Set, Recorded_Set_Test, On_Engines<Informix_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Kingbase_Backup_Set, Recorded_Set_Test, On_Engines<Kingbase_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(MSSQL_Backup_Set, Recorded_Set_Test, On_Engines<MSSQL_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(MongoDB_Backup_Set, Recorded_Set_Test, On_Engines<MongoDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(NDMP_Backup_Set, Recorded_Set_Test, On_Engines<NDMP_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(OceanBase_Backup_Set, Recorded_Set_Test, On_Engines<OceanBase_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Arch_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Exp_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Exp_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Oscar_Backup_Set, Recorded_Set_Test, On_Engines<Oscar_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Oscar_Brcmd_Backup_Set, Recorded_Set_Test, On_Engines<Oscar_Brcmd_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Postgres_Backup_Set, Recorded_Set_Test, On_Engines<Postgres_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(SharePoint_Backup_Set, Recorded_Set_Test, On_Engines<SharePoint_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Sybase_Backup_Set, Recorded_Set_Test, On_Engines<Sybase_Set>, Engine_Names);
 
 namespace {
 
