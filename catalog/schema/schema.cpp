@@ -42,7 +42,7 @@ std::string check(const Column& column)
     case Column_Kind::TEXT:
         return "typeof(" + name + ") IN ('text', 'null')";
     case Column_Kind::TIME:
-        return "datetime(" + name + ") = " + name;
+        return "datetime(" + name + ", '+0 days') = " + name; // the modifier makes it look at the day
     case Column_Kind::INTEGER:
     case Column_Kind::UNSIGNED:
         return "typeof(" + name + ") IN ('integer', 'null')";

@@ -7,9 +7,9 @@
 #include "platform/json/yajl_gen.h"
 #include "platform/text/posix_time.h"
 
-#include <bit>
 #include <charconv>
 #include <initializer_list>
+#include <limits>
 #include <unordered_map>
 #include <utility>
 

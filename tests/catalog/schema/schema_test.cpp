@@ -79,7 +79,7 @@ TEST(Schema, sqlite_table_declares_its_types_and_checks_values)
     "id" INTEGER PRIMARY KEY,
     "set_uuid" UUID_BLOB NOT NULL CHECK (typeof("set_uuid") IN ('blob', 'null') AND length("set_uuid") = 16),
     "name" TEXT CHECK (typeof("name") IN ('text', 'null')),
-    "at" TIME_TEXT CHECK (datetime("at") = "at"),
+    "at" TIME_TEXT CHECK (datetime("at", '+0 days') = "at"),
     "count" BIGINT CHECK (typeof("count") IN ('integer', 'null')),
     "scn" UNSIGNED_BIGINT CHECK (typeof("scn") IN ('integer', 'null')),
     "flag" BOOLEAN CHECK ("flag" IN (0, 1)),

@@ -3,6 +3,7 @@
 #include "catalog/schema/schema.h"
 #include "tests/catalog/store/catalog_test.h"
 
+#include <algorithm>
 #include <thread>
 
 namespace {
@@ -48,9 +49,14 @@ protected:
     }
 };
 
+/// What only an engine with several schemas in a database has.
+class Server_Migration_Test : public Migration_Test
+{};
+
 } // namespace
 
 CATALOG_TEST_ENGINES(Migration_Test);
+INSTANTIATE_TEST_SUITE_P(engines, Server_Migration_Test, ::testing::Values(Engine::POSTGRESQL), engine_name);
 
 TEST_P(Migration_Test, an_empty_database_gets_the_schema)
 {
@@ -219,4 +225,16 @@ TEST_P(Migration_Test, many_programs_may_migrate_at_once)
     EXPECT_EQ(failures, std::vector<std::string>(4));
     std::ranges::sort(versions);
     EXPECT_EQ(versions, (std::vector<int>{1, 4, 4, 4}));
+}
+
+TEST_P(Server_Migration_Test, the_catalog_lives_in_the_first_schema_of_the_search_path)
+{
+    ASSERT_TRUE(connect()->execute_script("CREATE SCHEMA backups; CREATE TABLE public.other (a bigint);"));
+    Error error;
+    const auto store = Catalog_Store::open(url() + "&options=-c%20search_path%3Dbackups%2Cpublic",
+                                           Catalog_Store::Schema_Policy::CREATE, error);
+    ASSERT_NE(store, nullptr) << error.message;
+    EXPECT_FALSE(store->record(small(uuid(1))).error);
+    EXPECT_EQ(query(*connect(), "SELECT count(*) FROM backups.backup_set").at(0).at(0), "1");
+    EXPECT_EQ(query(*connect(), "SELECT count(*) FROM pg_tables WHERE schemaname = 'public'").at(0).at(0), "1");
 }

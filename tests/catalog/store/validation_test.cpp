@@ -169,7 +169,7 @@ TEST_P(Validation_Test, integers_out_of_range)
     refuses_members(R"("last_scn":-9223372036854775809)", "last_scn",
                     R"("last_scn" is -9223372036854775809, which is beyond the range from -9223372036854775808 to )"
                     R"(9223372036854775807)");
-    const auto oracle = [this](const std::string& members) {
+    const auto oracle = [](const std::string& members) {
         return R"({"catalog_module":"oracle","uuid":")" + uuid(1) + "\"," + members + '}';
     };
     refuses(oracle(R"("dbid":-1)"), "dbid",
