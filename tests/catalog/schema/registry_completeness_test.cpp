@@ -1,7 +1,8 @@
 #include "catalog/schema/set_type.h"
 
-#include <filesystem>
 #include <gtest/gtest.h>
+
+#include <filesystem>
 #include <string>
 
 namespace catalog {
