@@ -8,6 +8,7 @@
 #include "tests/support/log_capture.h"
 #include "tests/support/records/backup_set.h"
 #include "tests/support/records/cachedb_backup_set.h"
+#include "tests/support/records/cloudos_backup_set.h"
 #include "tests/support/records/db2_backup_set.h"
 #include "tests/support/records/dmdb_backup_set.h"
 #include "tests/support/records/dmdb_log_backup_set.h"
@@ -15,15 +16,22 @@
 #include "tests/support/records/domino_backup_set.h"
 #include "tests/support/records/exchange_backup_set.h"
 #include "tests/support/records/file_backup_set.h"
+#include "tests/support/records/fusioncloud_backup_set.h"
+#include "tests/support/records/fusioncompute_backup_set.h"
 #include "tests/support/records/gaussdb_backup_set.h"
+#include "tests/support/records/h3c_cas_backup_set.h"
 #include "tests/support/records/hana_backup_set.h"
 #include "tests/support/records/hive_backup_set.h"
+#include "tests/support/records/hyperv_backup_set.h"
+#include "tests/support/records/ics_backup_set.h"
 #include "tests/support/records/informix_backup_set.h"
+#include "tests/support/records/k8s_backup_set.h"
 #include "tests/support/records/kingbase_backup_set.h"
 #include "tests/support/records/mongodb_backup_set.h"
 #include "tests/support/records/mssql_backup_set.h"
 #include "tests/support/records/ndmp_backup_set.h"
 #include "tests/support/records/oceanbase_backup_set.h"
+#include "tests/support/records/openstack_backup_set.h"
 #include "tests/support/records/oracle_arch_backup_set.h"
 #include "tests/support/records/oracle_backup_set.h"
 #include "tests/support/records/oracle_exp_backup_set.h"
@@ -32,6 +40,7 @@
 #include "tests/support/records/postgres_backup_set.h"
 #include "tests/support/records/sharepoint_backup_set.h"
 #include "tests/support/records/sybase_backup_set.h"
+#include "tests/support/records/vmware_backup_set.h"
 #include "tests/support/test_engine.h"
 
 #include <gtest/gtest.h>
@@ -162,6 +171,7 @@ REGISTER_TYPED_TEST_SUITE_P(Recorded_Set_Test, document_comes_back_as_it_was_wri
                             filled_record_comes_back_by_its_own_select, fresh_record_comes_back_by_its_own_select);
 
 INSTANTIATE_TYPED_TEST_SUITE_P(CacheDB_Backup_Set, Recorded_Set_Test, On_Engines<CacheDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(CloudOS_Backup_Set, Recorded_Set_Test, On_Engines<CloudOS_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(DB2_Backup_Set, Recorded_Set_Test, On_Engines<DB2_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Backup_Set, Recorded_Set_Test, On_Engines<DMDB_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Log_Backup_Set, Recorded_Set_Test, On_Engines<DMDB_Log_Set>, Engine_Names);
@@ -169,15 +179,23 @@ INSTANTIATE_TYPED_TEST_SUITE_P(DMDB_Logical_Backup_Set, Recorded_Set_Test, On_En
 INSTANTIATE_TYPED_TEST_SUITE_P(Domino_Backup_Set, Recorded_Set_Test, On_Engines<Domino_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Exchange_Backup_Set, Recorded_Set_Test, On_Engines<Exchange_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(File_Backup_Set, Recorded_Set_Test, On_Engines<File_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(FusionCloud_Backup_Set, Recorded_Set_Test, On_Engines<FusionCloud_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(FusionCompute_Backup_Set, Recorded_Set_Test, On_Engines<FusionCompute_Set>,
+                               Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(GaussDB_Backup_Set, Recorded_Set_Test, On_Engines<GaussDB_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(H3C_CAS_Backup_Set, Recorded_Set_Test, On_Engines<H3C_CAS_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(HANA_Backup_Set, Recorded_Set_Test, On_Engines<HANA_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Hive_Backup_Set, Recorded_Set_Test, On_Engines<Hive_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(Hyper_V_Backup_Set, Recorded_Set_Test, On_Engines<Hyper_V_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(ICS_Backup_Set, Recorded_Set_Test, On_Engines<ICS_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Informix_Backup_Set, Recorded_Set_Test, On_Engines<Informix_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(K8S_Backup_Set, Recorded_Set_Test, On_Engines<K8S_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Kingbase_Backup_Set, Recorded_Set_Test, On_Engines<Kingbase_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(MSSQL_Backup_Set, Recorded_Set_Test, On_Engines<MSSQL_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(MongoDB_Backup_Set, Recorded_Set_Test, On_Engines<MongoDB_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(NDMP_Backup_Set, Recorded_Set_Test, On_Engines<NDMP_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(OceanBase_Backup_Set, Recorded_Set_Test, On_Engines<OceanBase_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(OpenStack_Backup_Set, Recorded_Set_Test, On_Engines<OpenStack_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Arch_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Arch_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Oracle_Exp_Backup_Set, Recorded_Set_Test, On_Engines<Oracle_Exp_Set>, Engine_Names);
@@ -186,6 +204,7 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Oscar_Brcmd_Backup_Set, Recorded_Set_Test, On_Eng
 INSTANTIATE_TYPED_TEST_SUITE_P(Postgres_Backup_Set, Recorded_Set_Test, On_Engines<Postgres_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(SharePoint_Backup_Set, Recorded_Set_Test, On_Engines<SharePoint_Set>, Engine_Names);
 INSTANTIATE_TYPED_TEST_SUITE_P(Sybase_Backup_Set, Recorded_Set_Test, On_Engines<Sybase_Set>, Engine_Names);
+INSTANTIATE_TYPED_TEST_SUITE_P(VMware_Backup_Set, Recorded_Set_Test, On_Engines<VMware_Set>, Engine_Names);
 
 namespace {
 
