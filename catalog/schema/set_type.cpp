@@ -229,7 +229,12 @@ std::span<const Set_Type> set_types()
         entry<VMware_Backup_Set>("vmware", "VMware_Backup_Set", vmware_tables,
                                  "the flag `is_template` comes under the key `template`, which nothing takes"),
         entry<Hyper_V_Backup_Set, Own_Alias>("hyperv", "Hyper_V_Backup_Set", hyperv_tables, own_table_only),
-        entry<OpenStack_Backup_Set, OpenStack_Aliases>("openstack", "OpenStack_Backup_Set", openstack_tables),
+        entry<OpenStack_Backup_Set, OpenStack_Aliases>(
+            "openstack", "OpenStack_Backup_Set", openstack_tables,
+            "the one type that loads a document back (`operator<<`), and only one with two or more storages (the loader "
+            "wants the array, and one storage is written as an object, none not at all), a start time, and pieces below "
+            "2^63 bytes; parents, `uname`, `lsb` and the storages' sizes, upstream pools and attributes are not loaded, and "
+            "the set's size becomes the last storage's. Documents of all other types are read by `json_document` alone"),
         entry<ICS_Backup_Set, Own_Alias>("ics", "ICS_Backup_Set", ics_tables, own_table_only),
         entry<FusionCompute_Backup_Set, Own_Alias>("fusioncompute", "FusionCompute_Backup_Set", fusioncompute_tables,
                                                    own_table_only),
