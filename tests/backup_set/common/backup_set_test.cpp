@@ -43,8 +43,9 @@ std::string written(JSON_Generator& record, bool& result)
 /// The value of a key in a set's document; the empty text when the key is missing.
 std::string member(Backup_Set& set, const std::string& key)
 {
+    const std::string document = to_json(set); // the members point into it
     std::vector<json_document::Member> members;
-    EXPECT_TRUE(json_document::split_object(to_json(set), members));
+    EXPECT_TRUE(json_document::split_object(document, members));
     for (const json_document::Member& each : members) {
         if (each.key == key) {
             return std::string(each.text);
