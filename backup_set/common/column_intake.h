@@ -154,7 +154,7 @@ constexpr std::uint64_t hash_key(const char* key, std::size_t length, std::uint6
     } else if (length >= 4) {
         first = load(key, 4);
         last = load(key + length - 4, 4);
-    } else {
+    } else if (length > 0) {
         first = load(key, 1);
         last = load(key + length / 2, 1) << 8 | load(key + length - 1, 1);
     }
