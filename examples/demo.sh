@@ -111,6 +111,12 @@ run "$catalog" list
 recorded=$("$catalog" list --format ndjson | wc -l)
 [[ -n $database ]] || holds "three sets, none twice" same "$recorded" 3
 
+say "Sets of every kind of source" "One sample of each, recorded and listed."
+"$catalog" record "$checkout"/examples/documents/*.json >samples.txt
+run "$catalog" list --limit 12
+kinds=$("$catalog" types --format json | grep -o '"id"' | wc -l)
+holds "each kind of source has a sample, and each was recorded" same "$(sort -u samples.txt | wc -l)" "$kinds"
+
 say "One set, whole"
 run "$catalog" show "$incremental"
 "$catalog" show "$incremental" --format json >shown.json
