@@ -423,9 +423,8 @@ Prepared_Ptr PostgreSQL_Connection::prepare(const std::string& text, std::size_t
     const auto [first, last] = statements_.equal_range(hash);
     for (auto place = first; place != last; ++place) {
         const Prepared_Ptr& prepared = place->second;
-        if (prepared->cut == cut && (prepared->rendered == rendered || prepared->text == text)
-            && prepared->signature == parameters_.signature())
-        {
+        const bool is_same = (rendered != nullptr && prepared->rendered == rendered) || prepared->text == text;
+        if (is_same && prepared->cut == cut && prepared->signature == parameters_.signature()) {
             prepared->last_use = ++uses_;
             return prepared;
         }
@@ -526,7 +525,10 @@ bool PostgreSQL_Connection::run_inner(Running& running, Answers* answers)
 {
     if (answers != nullptr) {
         const auto given = std::ranges::find_if(*answers, [&running](const Answer& answer) {
-            return (answer.rendered == running.rendered || answer.rendered->text == running.rendered->text)
+            // One text may come from statements that number the same names differently.
+            const Rendered_SQL& asked = *answer.rendered;
+            const Rendered_SQL& wanted = *running.rendered;
+            return (&asked == &wanted || (asked.text == wanted.text && asked.parameters == wanted.parameters))
                    && answer.mode == running.mode && answer.bindings == running.sql.bindings();
         });
         if (given != answers->end()) {

@@ -1,6 +1,7 @@
 #include "tests/platform/database/database_test.h"
 
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -323,6 +324,106 @@ TEST_P(Nested_Query, inner_query_that_the_server_refuses_for_one_row_fails_in_it
     EXPECT_TRUE(printer.text().starts_with(expected_items(39, [](int) { return 1; }) + " {0.id=i:40"))
         << printer.text();
     EXPECT_TRUE(is_usable());
+}
+
+TEST_P(Nested_Query, hook_may_ask_in_another_order_than_it_did_ahead)
+{
+    fill(200, [](int) { return 1; });
+    int calls = 0;
+    Hook hook([&](Database_Connection& connection, int index, const char* key, ACE_INT64 value,
+                  Query_Result_Printer& printer) {
+        if (std::string_view(key) != "parts") {
+            return false;
+        }
+        const Printer_Array_Guard array(printer, index, key);
+        const bool forward = ++calls % 2 == 0;
+        for (int i = 0; i < 3; ++i) {
+            const ACE_INT64 item = (value + (forward ? i : 2 - i)) % 200 + 1;
+            if (!connection.query_and_print(Select_SQL(parts_of()).bind(":item", item), printer, GM_FIRST_COL)) {
+                return false;
+            }
+        }
+        return true;
+    });
+    class Texts final : public Query_Result_Token_Printer
+    {
+    public:
+        bool print_int(int, const char*, ACE_INT64 value) override
+        {
+            item = value;
+            names.clear();
+            return true;
+        }
+        bool print_cstr(int, const char*, const char* value, std::size_t) override
+        {
+            names.insert(value);
+            return true;
+        }
+        bool end_row() override
+        {
+            for (ACE_INT64 i = 0; i < 3; ++i) {
+                EXPECT_EQ(names.count(std::to_string((item + i) % 200 + 1) + "-0"), 1u) << item;
+            }
+            ++rows;
+            return true;
+        }
+        ACE_INT64 item = 0;
+        int rows = 0;
+        std::set<std::string> names;
+    } texts;
+    ASSERT_TRUE(connection().query_and_print(items(), texts, GM_ORM_ROWS, &hook));
+    EXPECT_EQ(texts.rows, 200);
+}
+
+TEST_P(Nested_Query, statements_that_differ_in_the_names_of_their_parameters_only_are_kept_apart)
+{
+    fill(100, [](int) { return 2; });
+    const Select_SQL one = Select_SQL().table("part").select("name").where("item=:x AND item<:y").order_by("name");
+    const Select_SQL other = Select_SQL().table("part").select("name").where("item=:y AND item<:x").order_by("name");
+    int calls = 0;
+    const Query_Result_Printer* real = nullptr;
+    Hook hook([&](Database_Connection& connection, int index, const char* key, ACE_INT64 value,
+                  Query_Result_Printer& printer) {
+        if (std::string_view(key) != "parts") {
+            return false;
+        }
+        // What is asked ahead is not what the row asks for.
+        const Printer_Array_Guard array(printer, index, key);
+        ++calls;
+        Select_SQL bound = &printer == real ? one : other;
+        return connection.query_and_print(bound.bind(":x", value).bind(":y", 50), printer, GM_FIRST_COL);
+    });
+    std::string expected;
+    for (int i = 1; i <= 100; ++i) {
+        const std::string own = std::to_string(i);
+        expected += (i > 1 ? " {0.id=i:" : "{0.id=i:") + own + " 1.parts=[";
+        expected += i < 50 ? "0.name=s:" + own + "-0 0.name=s:" + own + "-1" : "";
+        expected += "]}";
+    }
+    Noting_Printer printer;
+    real = &printer;
+    ASSERT_TRUE(connection().query_and_print(items(), printer, GM_ORM_ROWS, &hook));
+    EXPECT_EQ(printer.text(), expected);
+    EXPECT_GE(calls, 100);
+}
+
+TEST_P(Nested_Query, each_row_may_ask_by_a_statement_of_its_own)
+{
+    const auto parts = [](int) { return 1; };
+    fill(400, parts);
+    Hook hook([&](Database_Connection& connection, int index, const char* key, ACE_INT64 value,
+                  Query_Result_Printer& printer) {
+        if (std::string_view(key) != "parts") {
+            return false;
+        }
+        const Printer_Array_Guard array(printer, index, key);
+        Select_SQL sql = Select_SQL().table("part").select("name");
+        sql.where("item=:item AND " + std::to_string(value) + "=item").bind(":item", value);
+        return connection.query_and_print(sql, printer, GM_ORM_ROWS);
+    });
+    for (int turn = 0; turn < 2; ++turn) {
+        EXPECT_EQ(rows(items(), GM_ORM_ROWS, &hook), expected_items(400, parts));
+    }
 }
 
 TEST_P(Nested_Query, printer_that_refuses_an_inner_value_cancels_once)
