@@ -1,0 +1,4 @@
+// The waits between the attempts of a retried call.
+#pragma once
+
+#include "platform/text/exponential_backoff_iterator.h"
