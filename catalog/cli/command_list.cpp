@@ -3,6 +3,7 @@
 #include "catalog/cli/session.h"
 #include "catalog/cli/table.h"
 #include "catalog/cli/terminal_text.h"
+#include "catalog/store/set_listing.h"
 #include "platform/json/json_generator.h"
 #include "platform/json/yajl_gen.h"
 #include "platform/text/posix_time.h"
@@ -87,40 +88,6 @@ private:
     Session& session_;
     Table table_;
 };
-
-void write_time(const YAJL_Gen& gen, std::time_t time)
-{
-    if (time == 0) {
-        gen << json_spirit::Value();
-    } else {
-        gen << POSIX_Time_To_ISO8601(time, "%Y-%m-%d %H:%M:%S");
-    }
-}
-
-void write_summary(const YAJL_Gen& gen, const Set_Summary& set)
-{
-    const YAJL_Map_Guard map(gen);
-    gen << "uuid"_key << set.uuid;
-    gen << "type"_key << set.type;
-    gen << "name"_key << set.name;
-    gen << "host"_key << set.host;
-    gen << "host_uuid"_key << set.host_uuid;
-    gen << "resource_uuid"_key << set.resource_uuid;
-    gen << "minor_resource_name"_key << set.minor_resource_name;
-    gen << "backup_type"_key << set.backup_type;
-    gen << "backup_start_time"_key;
-    write_time(gen, set.backup_start_time);
-    gen << "backup_end_time"_key;
-    write_time(gen, set.backup_end_time);
-    gen << "size"_key << set.size;
-    gen << "source_size"_key << set.source_size;
-    gen << "piece_count"_key << set.piece_count;
-    gen << "states"_key;
-    const YAJL_Array_Guard array(gen);
-    for (const std::string& state : set.states) {
-        gen << state;
-    }
-}
 
 /// One object: {"sets": [...], "next": "..."}; "next" is null on the last page.
 class JSON_Writer final : public List_Writer

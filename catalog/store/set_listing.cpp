@@ -21,34 +21,13 @@ std::string names_of(std::uint64_t bits)
     return names;
 }
 
-struct Page_Key
+void write_time(const YAJL_Gen& gen, std::time_t time)
 {
-    std::string start_time; ///< as the database has it
-    UUID_Bytes uuid;
-};
-
-std::string key_text(std::time_t start_time, const std::string& uuid)
-{
-    return std::string(POSIX_Time_To_ISO8601(start_time, "%Y-%m-%dT%H:%M:%SZ").view()) + '/' + uuid;
-}
-
-std::optional<Page_Key> read_page_key(std::string_view text)
-{
-    const std::size_t slash = text.find('/');
-    if (slash == std::string_view::npos) {
-        return std::nullopt;
+    if (time == 0) {
+        gen << json_spirit::Value();
+    } else {
+        gen << POSIX_Time_To_ISO8601(time, "%Y-%m-%d %H:%M:%S");
     }
-    std::time_t time = 0;
-    const std::optional<UUID_Bytes> uuid = read_uuid(text.substr(slash + 1));
-    if (!uuid || !iso8601_to_posix_time(text.substr(0, slash), time)) {
-        return std::nullopt;
-    }
-    std::optional<std::string> stored = stored_time(time);
-    // Only what a listing has given is taken.
-    if (!stored || key_text(time, uuid_text(*uuid)) != text) {
-        return std::nullopt;
-    }
-    return Page_Key{std::move(*stored), *uuid};
 }
 
 bool take_states(Set_Summary& set, ACE_INT64 bits)
@@ -96,9 +75,68 @@ constexpr auto copy_integers = integer_columns<Storage_Copy>({
 
 } // namespace
 
+std::string page_key(std::time_t start_time, const std::string& uuid)
+{
+    return std::string(POSIX_Time_To_ISO8601(start_time, "%Y-%m-%dT%H:%M:%SZ").view()) + '/' + uuid;
+}
+
 std::string page_key(const Set_Summary& last)
 {
-    return key_text(last.backup_start_time, last.uuid);
+    return page_key(last.backup_start_time, last.uuid);
+}
+
+std::optional<Page_Key> read_page_key(std::string_view text)
+{
+    const std::size_t slash = text.find('/');
+    if (slash == std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::time_t time = 0;
+    const std::optional<UUID_Bytes> uuid = read_uuid(text.substr(slash + 1));
+    if (!uuid || !iso8601_to_posix_time(text.substr(0, slash), time)) {
+        return std::nullopt;
+    }
+    std::optional<std::string> stored = stored_time(time);
+    // Only what a listing has given is taken.
+    if (!stored || page_key(time, uuid_text(*uuid)) != text) {
+        return std::nullopt;
+    }
+    return Page_Key{std::move(*stored), *uuid};
+}
+
+void write_summary(const YAJL_Gen& gen, const Set_Summary& set)
+{
+    const YAJL_Map_Guard map(gen);
+    gen << "uuid"_key << set.uuid;
+    gen << "type"_key << set.type;
+    gen << "name"_key << set.name;
+    gen << "host"_key << set.host;
+    gen << "host_uuid"_key << set.host_uuid;
+    gen << "resource_uuid"_key << set.resource_uuid;
+    gen << "minor_resource_name"_key << set.minor_resource_name;
+    gen << "backup_type"_key << set.backup_type;
+    gen << "backup_start_time"_key;
+    write_time(gen, set.backup_start_time);
+    gen << "backup_end_time"_key;
+    write_time(gen, set.backup_end_time);
+    gen << "size"_key << set.size;
+    gen << "source_size"_key << set.source_size;
+    gen << "piece_count"_key << set.piece_count;
+    gen << "states"_key;
+    const YAJL_Array_Guard array(gen);
+    for (const std::string& state : set.states) {
+        gen << state;
+    }
+}
+
+void add_summary_columns(Select_SQL& sql, const std::string& alias)
+{
+    for (const auto& column : summary_texts.rows()) {
+        sql.add_key(alias + '.' + column.key, column.key);
+    }
+    for (const auto& column : summary_integers.rows()) {
+        sql.add_key(alias + '.' + column.key, column.key);
+    }
 }
 
 bool list_select(const Set_Filter& filter, std::size_t limit, std::string_view after, Select_SQL& sql, Error& error)
@@ -139,12 +177,7 @@ bool list_select(const Set_Filter& filter, std::size_t limit, std::string_view a
             sql.where("(b.copy_states & :state) <> 0").bind(":state", static_cast<std::int64_t>(state));
         }
     }
-    for (const auto& column : summary_texts.rows()) {
-        sql.add_key(std::string("b.") + column.key, column.key);
-    }
-    for (const auto& column : summary_integers.rows()) {
-        sql.add_key(std::string("b.") + column.key, column.key);
-    }
+    add_summary_columns(sql, "b");
     if (!filter.type.empty()) {
         sql.where("b.catalog_type = :type").bind(":type", filter.type);
     }

@@ -1,11 +1,13 @@
-// The statements behind a listing of sets, and the keys of its pages.
+// The statements behind a listing of sets, the keys of its pages, and its rows as JSON.
 #pragma once
 
 #include "catalog/store/catalog_store.h"
 #include "platform/database/query_result_printer.h"
+#include "platform/json/yajl_gen.h"
 #include "platform/sql/select_sql.h"
 #include "platform/text/uuid.h"
 
+#include <ctime>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -15,6 +17,23 @@ namespace catalog {
 
 /// The key of the page behind a set: its start time, a slash and its uuid, "2024-05-01T22:00:00Z/0d5a…".
 std::string page_key(const Set_Summary& last);
+std::string page_key(std::time_t start_time, const std::string& uuid);
+
+/// What such a key says.
+struct Page_Key
+{
+    std::string start_time; ///< as the database has it
+    UUID_Bytes uuid;
+};
+
+/// Reads a key that `page_key` has made; nothing else is one.
+std::optional<Page_Key> read_page_key(std::string_view text);
+
+/// Writes a set as listings show it: an object; times as "YYYY-MM-DD HH:MM:SS", null where there is none.
+void write_summary(const YAJL_Gen& gen, const Set_Summary& set);
+
+/// Adds the columns that a `Summary_Printer` takes, of "backup_set" under an alias.
+void add_summary_columns(Select_SQL& sql, const std::string& alias);
 
 /// The columns that a listing shows.
 class Summary_Printer : public database::sql::Query_Result_Token_Printer
