@@ -38,7 +38,7 @@ std::string lower(std::string text)
 }
 
 /// Takes a request off the beginning of what has come, when it has come whole.
-std::optional<Scripted_HTTP_Peer::Request> take_request(std::string& bytes)
+std::optional<Scripted_HTTP_Peer::Request> take_request(std::string& bytes, bool without_body)
 {
     const std::size_t head_end = bytes.find("\r\n\r\n");
     if (head_end == std::string::npos) {
@@ -61,7 +61,7 @@ std::optional<Scripted_HTTP_Peer::Request> take_request(std::string& bytes)
         request.headers[lower(field.substr(0, colon))] = value == std::string::npos ? "" : field.substr(value);
         begin = end;
     }
-    const std::size_t length = std::strtoul(request.header("content-length").c_str(), nullptr, 10);
+    const std::size_t length = without_body ? 0 : std::strtoul(request.header("content-length").c_str(), nullptr, 10);
     if (bytes.size() < head_end + 4 + length) {
         return std::nullopt;
     }
@@ -162,7 +162,7 @@ Scripted_HTTP_Peer::Reply Scripted_HTTP_Peer::answer(int status, const std::stri
 }
 
 Scripted_HTTP_Peer::Scripted_HTTP_Peer(std::vector<Reply> script, const Options& options) :
-    script_(script.begin(), script.end())
+    is_hasty_(options.is_hasty), script_(script.begin(), script.end())
 {
     if (!options.certificate.empty()) {
         tls_.reset(::SSL_CTX_new(::TLS_server_method()));
@@ -295,7 +295,7 @@ bool Scripted_HTTP_Peer::take(Connection& connection)
     if (!connection.read()) {
         return false;
     }
-    while (std::optional<Request> request = take_request(connection.bytes)) {
+    while (std::optional<Request> request = take_request(connection.bytes, is_hasty_)) {
         if (!reply_to(connection, std::move(*request))) {
             return false;
         }

@@ -45,6 +45,7 @@ public:
     struct Options
     {
         bool ipv6 = false;
+        bool is_hasty = false; ///< replies to the head of a request, whatever is still to come; for replies that close
         std::string certificate = {}; ///< PEM file; not empty: TLS
         std::string key = {};
         std::string client_authority = {}; ///< PEM file; not empty: clients need a certificate of it
@@ -91,6 +92,7 @@ private:
     };
 
     std::unique_ptr<void, Free_Context> tls_;
+    const bool is_hasty_;
     int listener_ = -1;
     int wake_ = -1;
     std::uint16_t port_ = 0;

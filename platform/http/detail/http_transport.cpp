@@ -396,8 +396,9 @@ HTTP_Transport::Result HTTP_Transport::perform(const Message& message, HTTP_Resp
     if (intake.thrown) {
         std::rethrow_exception(intake.thrown);
     }
-    if (code == CURLE_OK) {
-        return {Outcome::ANSWERED, {}};
+    if (code == CURLE_OK) { // also when the connection ended within the head
+        return intake.has_head ? Result{Outcome::ANSWERED, {}}
+                               : Result{Outcome::NOT_DELIVERED, "the answer broke off within its head"};
     }
     if (intake.too_large) {
         return {Outcome::HOPELESS, "the answer is longer than " + std::to_string(intake.limit) + " bytes"};
