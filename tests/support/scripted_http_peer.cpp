@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -224,12 +225,18 @@ std::size_t Scripted_HTTP_Peer::connections() const
     return accepted_;
 }
 
+bool Scripted_HTTP_Peer::wait_for_the_end_of_all_connections()
+{
+    std::unique_lock lock(mutex_);
+    return changed_.wait_for(lock, std::chrono::seconds(patience.tv_sec), [this] { return open_ == 0; });
+}
+
 void Scripted_HTTP_Peer::reset_connections()
 {
     std::unique_lock lock(mutex_);
     is_reset_wanted_ = true;
     ::eventfd_write(wake_, 1);
-    was_reset_.wait(lock, [this] { return !is_reset_wanted_; });
+    changed_.wait(lock, [this] { return !is_reset_wanted_; });
 }
 
 void Scripted_HTTP_Peer::run()
@@ -240,7 +247,7 @@ void Scripted_HTTP_Peer::run()
     ::pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
     for (;;) {
         std::vector<pollfd> watched{{wake_, POLLIN, 0}, {listener_, POLLIN, 0}};
-        for (const std::unique_ptr<Connection>& connection : open_) {
+        for (const std::unique_ptr<Connection>& connection : connections_) {
             watched.push_back({connection->socket(), POLLIN, 0});
         }
         if (::poll(watched.data(), watched.size(), -1) < 0) {
@@ -249,22 +256,24 @@ void Scripted_HTTP_Peer::run()
         if (watched[0].revents != 0) {
             const std::lock_guard lock(mutex_);
             if (is_stop_wanted_) {
-                open_.clear();
+                connections_.clear();
                 return;
             }
             eventfd_t count;
             ::eventfd_read(wake_, &count);
-            for (const std::unique_ptr<Connection>& connection : open_) {
+            for (const std::unique_ptr<Connection>& connection : connections_) {
                 connection->reset_at_close();
             }
-            open_.clear();
+            connections_.clear();
+            open_ = 0;
             is_reset_wanted_ = false;
-            was_reset_.notify_all();
+            changed_.notify_all();
             continue;
         }
-        for (std::size_t i = open_.size(); i-- > 0;) {
-            if (watched[i + 2].revents != 0 && !take(*open_[i])) {
-                open_.erase(open_.begin() + static_cast<std::ptrdiff_t>(i));
+        for (std::size_t i = connections_.size(); i-- > 0;) {
+            if (watched[i + 2].revents != 0 && !take(*connections_[i])) {
+                connections_.erase(connections_.begin() + static_cast<std::ptrdiff_t>(i));
+                note_end();
             }
         }
         if (watched[1].revents != 0) {
@@ -283,11 +292,21 @@ void Scripted_HTTP_Peer::accept_connection()
     {
         const std::lock_guard lock(mutex_);
         number = ++accepted_;
+        ++open_;
     }
     auto connection = std::make_unique<Connection>(socket, number);
     if (tls_ == nullptr || connection->shake_hands(static_cast<SSL_CTX*>(tls_.get()))) {
-        open_.push_back(std::move(connection));
+        connections_.push_back(std::move(connection));
+    } else {
+        note_end();
     }
+}
+
+void Scripted_HTTP_Peer::note_end()
+{
+    const std::lock_guard lock(mutex_);
+    --open_;
+    changed_.notify_all();
 }
 
 bool Scripted_HTTP_Peer::take(Connection& connection)

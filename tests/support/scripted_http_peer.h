@@ -73,6 +73,9 @@ public:
     /// How many connections were accepted, with TLS also those whose handshake failed.
     std::size_t connections() const;
 
+    /// Whether, within 20 seconds, the clients have closed all connections.
+    bool wait_for_the_end_of_all_connections();
+
     /// Ends all connections by a reset and returns when that is done.
     void reset_connections();
 
@@ -81,6 +84,7 @@ private:
 
     void run();
     void accept_connection();
+    void note_end();
     bool take(Connection& connection);
     bool reply_to(Connection& connection, Request request);
     bool send(Connection& connection, const Reply& reply);
@@ -96,13 +100,14 @@ private:
     int listener_ = -1;
     int wake_ = -1;
     std::uint16_t port_ = 0;
-    std::vector<std::unique_ptr<Connection>> open_; ///< of the thread
+    std::vector<std::unique_ptr<Connection>> connections_; ///< of the thread
 
     mutable std::mutex mutex_;
-    std::condition_variable was_reset_;
+    std::condition_variable changed_;
     std::deque<Reply> script_;
     std::vector<Request> requests_;
     std::size_t accepted_ = 0;
+    std::size_t open_ = 0;
     bool is_reset_wanted_ = false;
     bool is_stop_wanted_ = false;
     std::thread thread_;

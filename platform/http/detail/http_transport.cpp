@@ -26,7 +26,8 @@ bool start_curl()
     return started;
 }
 
-/// Without signal handlers of curl's own, writing to a TLS connection that has gone would end the process.
+/// Curl is kept from changing signal handlers. Then, with some of its TLS libraries, writing to a connection that has gone
+/// would end the process.
 class Sigpipe_Guard
 {
 public:
