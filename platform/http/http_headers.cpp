@@ -143,14 +143,15 @@ bool HTTP_Headers::set(std::string_view name, std::string_view value)
 
 bool HTTP_Headers::append(std::string_view name, std::string_view value)
 {
-    const auto found = find_field(fields_, name);
-    if (found == fields_.end()) {
-        return set(name, value);
-    }
-    if (!is_value(value)) {
+    if (!is_token(name) || !is_value(value)) {
         return false;
     }
-    found->second.append(", ").append(value);
+    const auto found = find_field(fields_, name);
+    if (found == fields_.end()) {
+        fields_.emplace_back(name, value);
+    } else {
+        found->second.append(", ").append(value);
+    }
     return true;
 }
 

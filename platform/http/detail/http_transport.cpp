@@ -19,6 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::size_t head_limit = 64u << 10; ///< bytes of an answer's heads and trailers together
+
 /// Once per process, whichever thread comes first.
 bool start_curl()
 {
@@ -92,6 +94,7 @@ struct Intake
 
     Clock::time_point last_byte{};
     curl_off_t bytes = 0;
+    std::size_t head_bytes = 0;
     int status = 0; ///< of the head that is being read
     bool connected = false;
     bool has_head = false;
@@ -133,6 +136,11 @@ std::size_t on_header(char* data, std::size_t, std::size_t length, void* context
     Intake& intake = *static_cast<Intake*>(context);
     try {
         intake.touch();
+        if (length > head_limit - intake.head_bytes) {
+            intake.too_large = true;
+            return 0;
+        }
+        intake.head_bytes += length;
         intake.take_header(std::string_view(data, length));
         return length;
     } catch (...) {
@@ -402,7 +410,8 @@ HTTP_Transport::Result HTTP_Transport::perform(const Message& message, HTTP_Resp
                                : Result{Outcome::NOT_DELIVERED, "the answer broke off within its head"};
     }
     if (intake.too_large) {
-        return {Outcome::HOPELESS, "the answer is longer than " + std::to_string(intake.limit) + " bytes"};
+        return {Outcome::HOPELESS, "the answer is longer than " + std::to_string(intake.limit)
+                                       + " bytes, or its head than " + std::to_string(head_limit)};
     }
     if (intake.stalled) {
         return {Outcome::NOT_DELIVERED,

@@ -396,11 +396,27 @@ TEST(HTTP_Transport, longer_answer_is_hopeless_and_the_next_exchange_is_sound)
     Caller caller(peer, options);
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(caller.get(), Outcome::HOPELESS);
-        EXPECT_EQ(caller.reason, "the answer is longer than 1000 bytes");
+        EXPECT_TRUE(caller.reason.starts_with("the answer is longer than 1000 bytes")) << caller.reason;
         EXPECT_EQ(caller.body, "");
     }
     EXPECT_EQ(caller.get(), Outcome::ANSWERED) << caller.reason;
     EXPECT_EQ(caller.body, "short");
+}
+
+TEST(HTTP_Transport, head_without_end_is_hopeless)
+{
+    std::string fields;
+    std::string early;
+    for (int i = 0; i < 20'000; ++i) {
+        fields += "X-" + std::to_string(i) + ": 1\r\n";
+        early += "HTTP/1.1 103 Early Hints\r\n\r\n";
+    }
+    for (const std::string& head : {"HTTP/1.1 200 OK\r\n" + fields, early}) {
+        Peer peer({Peer::silence(head)});
+        Caller caller(peer);
+        EXPECT_EQ(caller.get(), Outcome::HOPELESS) << caller.reason;
+        EXPECT_TRUE(caller.response.headers().all().empty());
+    }
 }
 
 TEST(HTTP_Transport, silence_ends_with_the_stall_timeout)
@@ -448,6 +464,7 @@ TEST(HTTP_Transport, handshake_that_is_not_answered_ends_with_the_connect_timeou
     Peer peer({}); // takes the connection and says nothing
     HTTP_Client_Options options;
     options.connect_timeout_s = 1;
+    options.request_timeout_s = 12;
     Caller caller("127.0.0.1", peer.port(), true, options);
     const Clock::time_point start = Clock::now();
     EXPECT_EQ(caller.get(), Outcome::NOT_DELIVERED);
