@@ -74,6 +74,7 @@ Exit_Code exit_code(const Error& error)
         return DONE;
     case Error::REFUSED:
     case Error::CONFLICT:
+    case Error::STATE:
         return REFUSED;
     case Error::NOT_FOUND:
         return NOT_FOUND;

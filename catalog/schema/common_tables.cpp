@@ -9,6 +9,9 @@ using enum Column_Source;
 /// Bytes that an indexed text may have: PostgreSQL cannot index much longer ones.
 constexpr std::size_t longest_indexed = 2000;
 
+/// Bytes that the name of a state may have.
+constexpr std::size_t longest_state = 16;
+
 constexpr Column set_uuid{.name = "set_uuid", .kind = UUID, .meaning = "the set", .source = STORE, .required = true};
 
 constexpr Column start_time{.name = "backup_start_time",
@@ -67,6 +70,7 @@ constexpr Index backup_set_indexes[] = {
     {"backup_set_by_host", "host,backup_start_time,uuid", "the newest sets of a host, by its name"},
     {"backup_set_by_host_uuid", "host_uuid,backup_start_time,uuid", "the newest sets of a host, by its uuid"},
     {"backup_set_by_resource", "resource_uuid,backup_start_time,uuid", "the newest sets of a resource"},
+    {"backup_set_by_resource_end", "resource_uuid,backup_end_time", "when a resource was backed up last"},
     {"backup_set_by_minor_resource", "minor_resource_id,backup_start_time,uuid", "the newest sets of a minor resource"},
 };
 
@@ -155,9 +159,108 @@ constexpr Column backup_piece_columns[] = {
      .source = STORE},
 };
 
+constexpr Column backup_set_commit_columns[] = {
+    set_uuid,
+    {.name = "digest",
+     .kind = TEXT,
+     .meaning = "SHA-256 of what that document means, whatever its spelling and the order of its keys",
+     .source = STORE,
+     .required = true},
+};
+
+constexpr Column catalog_type{
+    .name = "catalog_type", .kind = TEXT, .meaning = "id of the set's type", .source = STORE, .required = true};
+
+constexpr Column open_set_columns[] = {
+    {.name = "uuid", .kind = UUID, .meaning = "identity of the set", .source = STORE, .required = true},
+    catalog_type,
+    {.name = "state",
+     .kind = TEXT,
+     .meaning = "`open`, or `complete`",
+     .source = STORE,
+     .required = true,
+     .longest = longest_state},
+    {.name = "started", .kind = TIME, .meaning = "when the set was initialized", .source = STORE, .required = true},
+    {.name = "initialized",
+     .kind = TEXT,
+     .meaning = "SHA-256 of what the document that initialized it means",
+     .source = STORE,
+     .required = true},
+    {.name = "completed",
+     .kind = TEXT,
+     .meaning = "SHA-256 of what the document that completed it means; null while it is open",
+     .source = STORE},
+    {.name = "document",
+     .kind = TEXT,
+     .meaning = "the newest document of the set, without white space and with its array of pieces emptied",
+     .source = STORE,
+     .required = true},
+};
+constexpr Index open_set_indexes[] = {
+    {"open_set_by_start", "started,uuid", "the newest of the sets that are not committed"},
+    {"open_set_by_state", "state,started,uuid", "the newest of those in a state"},
+};
+
+constexpr Column open_set_pieces_columns[] = {
+    {.name = "id", .kind = INTEGER, .meaning = "order of the steps", .source = STORE, .generated = true},
+    set_uuid,
+    {.name = "piece_count", .kind = INTEGER, .meaning = "number of pieces", .source = STORE, .required = true},
+    {.name = "pieces",
+     .kind = TEXT,
+     .meaning = "JSON array of the pieces, without white space",
+     .source = STORE,
+     .required = true},
+};
+constexpr Index open_set_pieces_indexes[] = {
+    {"open_set_pieces_by_set", "set_uuid,id", "the pieces of a set"},
+};
+
+constexpr Column queued_commit_columns[] = {
+    {.name = "id", .kind = INTEGER, .meaning = "order in the queue", .source = STORE, .generated = true},
+    set_uuid,
+    catalog_type,
+    {.name = "state",
+     .kind = TEXT,
+     .meaning = "`waiting`, or `failed` when it can never be applied",
+     .source = STORE,
+     .required = true,
+     .longest = longest_state},
+    {.name = "queued", .kind = TIME, .meaning = "when it came", .source = STORE, .required = true},
+    {.name = "digest",
+     .kind = TEXT,
+     .meaning = "SHA-256 of what the document means",
+     .source = STORE,
+     .required = true},
+    {.name = "message", .kind = TEXT, .meaning = "why it failed", .source = STORE},
+    {.name = "document",
+     .kind = TEXT,
+     .meaning = "the set's JSON, without white space",
+     .source = STORE,
+     .required = true},
+};
+constexpr Index queued_commit_indexes[] = {
+    {"queued_commit_by_state", "state,id", "the oldest commits that wait, or have failed"},
+    {"queued_commit_by_set", "set_uuid,state", "whether a commit of a set waits"},
+};
+
+constexpr Column remembered_answer_columns[] = {
+    {.name = "request_key",
+     .kind = UUID,
+     .meaning = "first 16 bytes of the SHA-256 of who asked, the request's id, its operation and its params",
+     .source = STORE,
+     .required = true},
+    {.name = "answered", .kind = TIME, .meaning = "when it was answered", .source = STORE, .required = true},
+    {.name = "answer", .kind = TEXT, .meaning = "the answer as JSON", .source = STORE, .required = true},
+};
+constexpr Index remembered_answer_indexes[] = {
+    {"remembered_answer_by_time", "answered", "the answers that may be forgotten"},
+};
+
 constexpr const Table* all[] = {
-    &catalog_schema_table,   &backup_set_table,         &backup_set_document_table, &backup_set_parent_table,
-    &backup_set_state_table, &backup_set_storage_table, &backup_set_media_table,    &backup_piece_table,
+    &catalog_schema_table,    &backup_set_table,         &backup_set_document_table, &backup_set_parent_table,
+    &backup_set_state_table,  &backup_set_storage_table, &backup_set_media_table,    &backup_piece_table,
+    &backup_set_commit_table, &open_set_table,           &open_set_pieces_table,     &queued_commit_table,
+    &remembered_answer_table,
 };
 
 } // namespace
@@ -223,6 +326,48 @@ constinit const Table backup_piece_table = {.name = "backup_piece",
                                             .parent = "backup_set",
                                             .parent_column = "set_uuid",
                                             .clustered = true};
+
+constinit const Table backup_set_commit_table = {
+    .name = "backup_set_commit",
+    .purpose =
+        "What a set was committed with, where its document is another one now: pieces were added to it, or it was "
+        "updated.",
+    .columns = backup_set_commit_columns,
+    .primary_key = "set_uuid",
+    .parent = "backup_set",
+    .parent_column = "set_uuid",
+    .clustered = true};
+
+constinit const Table open_set_table = {.name = "open_set",
+                                        .purpose =
+                                            "One row for each set that was initialized and is not committed yet.",
+                                        .columns = open_set_columns,
+                                        .primary_key = "uuid",
+                                        .indexes = open_set_indexes};
+
+constinit const Table open_set_pieces_table = {
+    .name = "open_set_pieces",
+    .purpose = "The pieces of sets that are not committed yet: one row for each step that brought some.",
+    .columns = open_set_pieces_columns,
+    .primary_key = "id",
+    .indexes = open_set_pieces_indexes,
+    .parent = "open_set",
+    .parent_column = "set_uuid"};
+
+constinit const Table queued_commit_table = {.name = "queued_commit",
+                                             .purpose = "Commits that were promised and are not applied yet.",
+                                             .columns = queued_commit_columns,
+                                             .primary_key = "id",
+                                             .indexes = queued_commit_indexes};
+
+constinit const Table remembered_answer_table = {
+    .name = "remembered_answer",
+    .purpose =
+        "The answers of the last days, so that a repeated request gets its first answer and has no second effect.",
+    .columns = remembered_answer_columns,
+    .primary_key = "request_key",
+    .indexes = remembered_answer_indexes,
+    .clustered = true};
 
 std::span<const Table* const> common_tables()
 {

@@ -68,7 +68,7 @@ struct Table
 };
 
 /// The version of the schema that this program makes and works with.
-inline constexpr int schema_version = 1;
+inline constexpr int schema_version = 2;
 
 /// All tables, parents before children.
 std::span<const Table* const> tables();

@@ -14,6 +14,7 @@ struct Error
         NONE,
         REFUSED,  ///< the input is wrong: malformed JSON, unknown type, missing uuid, wrong kind under a known key, …
         CONFLICT, ///< the set is there already with other content
+        STATE,    ///< the step is out of order for the state that the set is in, which the message names
         NOT_FOUND, ///< no such set
         SCHEMA,    ///< the database has no schema, an older one, or a newer one than this program knows
         DATABASE   ///< the database failed; see `database`

@@ -7,12 +7,14 @@
 
 #include "catalog/schema/set_type.h"
 #include "catalog/store/catalog_error.h"
+#include "catalog/store/write_request.h"
 #include "platform/database/database_connection.h"
 #include "platform/json/value.h"
 
 #include <cstdint>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -83,6 +85,61 @@ struct Record_Result
     Error error;
 };
 
+/// A set that was initialized and is not committed yet.
+struct Open_Set
+{
+    std::string uuid;
+    std::string state; ///< "open" or "complete"
+    std::string type;  ///< the type's id
+    std::time_t started = 0;
+    std::int64_t piece_count = 0; ///< pieces as they came; one that came twice counts twice until the commit
+};
+
+/// One page of a listing of such sets: newest first.
+struct Open_Set_Page
+{
+    std::vector<Open_Set> sets;
+    std::string next; ///< the key to continue after; empty on the last page
+};
+
+/// A commit in the queue.
+struct Queue_Entry
+{
+    std::int64_t id = 0;
+    std::string uuid; ///< of the set
+    std::string type; ///< the type's id
+    bool failed = false;
+    std::time_t queued = 0;
+    std::string message; ///< why it failed
+};
+
+struct Queue_Depth
+{
+    std::int64_t waiting = 0;
+    std::int64_t failed = 0;
+};
+
+/// What the catalog holds, in numbers.
+struct Catalog_Counters
+{
+    struct Resource
+    {
+        std::string uuid;
+        std::time_t newest_end = 0; ///< newest backup_end_time of its committed sets
+    };
+
+    std::map<std::string, std::int64_t> committed; ///< sets by the type's id
+    std::map<std::string, std::int64_t> open;      ///< sets that are not committed, by their state
+    std::vector<Resource> resources;               ///< those with a set that has an end time, by uuid
+    Queue_Depth queue;
+};
+
+/// How long an answer is remembered, in seconds.
+inline constexpr std::time_t answers_are_kept = std::time_t{7} * 24 * 3600;
+
+/// Bytes that the id of a request may have.
+inline constexpr std::size_t longest_request_id = 200;
+
 class Catalog_Store
 {
 public:
@@ -126,6 +183,83 @@ public:
     /// The select of a type: its `init_select_sql`, limited to sets of that type, and to one set when `uuid` is given.
     /// REFUSED when the type's select reads nothing, or `uuid` is no UUID.
     bool type_select(const Set_Type& type, std::string_view uuid, Select_SQL& sql, Error& error);
+
+    // The steps of a set's life.
+    //
+    // A set is "unknown", "open", "complete", "queued" or "committed". What each step does in each state (a step that is
+    // out of order is refused with STATE, and the message names the state that was found):
+    //
+    //             unknown      open            complete        queued        committed
+    //   initialize opens it    same: nothing   STATE           STATE         STATE
+    //                          other: CONFLICT
+    //   add_piece  STATE       adds            STATE           STATE         STATE
+    //   complete   STATE       completes       same: nothing   STATE         STATE
+    //                                          other: CONFLICT
+    //   abort      STATE       forgets         forgets         STATE         STATE
+    //   commit     commits     commits         commits         same: queued  same: nothing
+    //                                                          other: CONFLICT in both
+    //   update     NOT_FOUND   replaces        replaces        STATE         replaces
+    //
+    // - "Same" is the same content, under whatever request id: members in any order, numbers by value. A commit is also
+    //   the same when it equals what the set was committed with, though pieces were added or the set was updated since.
+    //   Steps that find nothing left to do succeed.
+    // - Documents are checked as `record` checks them, pieces too; what a document of an open set is refused for, it is
+    //   refused for at once. A set stays of the type that it was initialized with; an update cannot change it either.
+    // - The finished set has the pieces that came by the steps before in their order, then those of the document that is
+    //   committed; one equal in path, object, size and attributes to one before it counts once. They take the place of the
+    //   document's "pieces" (the last member where it has none); nothing else of the document changes. A commit without
+    //   steps before it is kept just as it came.
+    // - An abort answers all pieces that the set held, each once, in order.
+    // - An update replaces the document whole; where its "pieces" are absent or empty the set keeps those that it has.
+    // - A queued commit whose application failed for good leaves the state that the set had before.
+
+    /// Takes the steps of all requests in one transaction, durably when it returns; those of one set in the given order. A
+    /// request takes effect wholly or not at all, whatever becomes of the others. When the database fails nothing was
+    /// done, and all that were not refused as wrong by themselves are answered DATABASE.
+    ///
+    /// A request with an id is answered once: the answer, be it a refusal that depends on the catalog, is remembered with
+    /// the effect for `answers_are_kept`, and the same request (principal, id, operation, params) gets it again. A request
+    /// whose id is longer than `longest_request_id` is refused.
+    std::vector<Write_Answer> apply(std::span<const Write_Request> requests, std::time_t now = std::time(nullptr));
+
+    /// Applies the oldest waiting commits of the queue, at most `limit`, each removed in one transaction with its effect.
+    /// `answers` tells what became of each; empty: none waits. What is refused (REFUSED, CONFLICT, STATE, or a value that
+    /// the database does not take) stays in the queue as failed. False: the database failed, and all wait as before.
+    /// Several may do this at the same time, each takes others.
+    bool apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error);
+
+    bool queue_depth(Queue_Depth& depth, Error& error);
+
+    /// Entries of the queue, oldest first, with ids above `after`.
+    bool queue_entries(std::size_t limit, std::int64_t after, std::vector<Queue_Entry>& entries, Error& error);
+
+    /// One entry and its document. NOT_FOUND when there is none (any more).
+    bool queue_entry(std::int64_t id, Queue_Entry& entry, std::string& document, Error& error);
+
+    /// Lets a failed entry wait again. One that waits is left alone. NOT_FOUND when there is none.
+    bool queue_retry(std::int64_t id, Error& error);
+
+    /// Takes an entry out of the queue, unapplied. NOT_FOUND when there is none.
+    bool queue_drop(std::int64_t id, Error& error);
+
+    /// Whether a set is committed. REFUSED when `uuid` is none.
+    bool set_exists(std::string_view uuid, bool& exists, Error& error);
+
+    /// Sets that are not committed yet, newest first; only those in a state ("open", "complete") unless it is empty.
+    /// `after` is a page's `next`, or empty. REFUSED when the state or the key is not valid.
+    bool open_sets(std::string_view state, std::size_t limit, std::string_view after, Open_Set_Page& page,
+                   Error& error);
+
+    /// The newest document of a set that is not committed yet, with all pieces that it holds. NOT_FOUND when there is
+    /// none.
+    bool open_document(std::string_view uuid, std::string& document, Error& error);
+
+    /// Forgets answers older than `answers_are_kept`, some thousand in a transaction. `forgotten` gets their number.
+    bool forget_old_answers(std::time_t now, std::int64_t& forgotten, Error& error);
+
+    /// Counts what the catalog holds. It reads one index of all sets from end to end: for once a minute, not for each who
+    /// asks.
+    bool read_counters(Catalog_Counters& counters, Error& error);
 
 private:
     std::unique_ptr<Database_Connection> connection_;

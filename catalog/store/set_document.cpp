@@ -687,6 +687,31 @@ bool read_document(std::string_view document, Set_Rows& rows, Error& error)
     return Reader(document, rows, error).read();
 }
 
+bool check_pieces(std::string_view pieces, std::size_t& count, Error& error)
+{
+    std::vector<Member> elements;
+    json_document::split_array(pieces, elements);
+    Place place{"pieces"};
+    for (const Member& element : elements) {
+        if (element.type != json_spirit::obj_type) {
+            return refuse_type(error, place.of({}), element.type, json_spirit::obj_type);
+        }
+        std::vector<Member> members;
+        Row row;
+        // The columns of pieces are those of all types.
+        if (!json_document::split_object(element.text, members)
+            || !make_row(
+                backup_piece_table, set_types().front(), place, {},
+                [&members](const Column& column) { return find_first(members, column.document_key()); }, row, error))
+        {
+            return false;
+        }
+        ++place.index;
+    }
+    count = elements.size();
+    return true;
+}
+
 std::string_view Piece_Writer::write(std::string_view path, std::string_view object, std::int64_t size,
                                      std::string_view extended_attrs)
 {

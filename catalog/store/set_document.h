@@ -43,6 +43,9 @@ struct Set_Rows
 /// Reads and checks a document. False, with a reason for people, when it cannot be recorded.
 bool read_document(std::string_view document, Set_Rows& rows, Error& error);
 
+/// Checks an array of pieces (valid JSON) as `read_document` checks those of a document. `count` gets their number.
+bool check_pieces(std::string_view pieces, std::size_t& count, Error& error);
+
 /// A stored piece, as its columns say.
 struct Stored_Piece
 {

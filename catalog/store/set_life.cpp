@@ -1,0 +1,698 @@
+#include "catalog/store/set_life.h"
+
+#include "catalog/schema/common_tables.h"
+#include "catalog/store/commit_queue.h"
+#include "catalog/store/content_digest.h"
+#include "catalog/store/piece_list.h"
+#include "catalog/store/refusal.h"
+#include "catalog/store/remembered_answers.h"
+#include "platform/json/document.h"
+#include "platform/text/posix_time.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <map>
+#include <string_view>
+#include <utility>
+
+namespace catalog {
+namespace {
+
+const char* step_name(Write_Operation operation)
+{
+    switch (operation) {
+    case Write_Operation::INITIALIZE:
+        return "initialize";
+    case Write_Operation::ADD_PIECE:
+        return "add pieces to";
+    case Write_Operation::COMPLETE:
+        return "complete";
+    case Write_Operation::ABORT:
+        return "abort";
+    case Write_Operation::COMMIT:
+        return "commit";
+    case Write_Operation::UPDATE:
+        return "update";
+    }
+    return "";
+}
+
+/// Sets may have one lock by chance, which costs a little time and nothing else.
+std::int64_t lock_of(const UUID_Bytes& uuid)
+{
+    std::uint64_t bits = 0;
+    for (std::size_t i = 0; i < uuid.size(); ++i) {
+        bits ^= static_cast<std::uint64_t>(uuid[i]) << (8 * (i % 8));
+    }
+    return static_cast<std::int64_t>(bits);
+}
+
+std::size_t column_index(std::string_view name)
+{
+    std::size_t at = 0;
+    while (backup_set_table.columns[at].name != name) {
+        ++at;
+    }
+    return at;
+}
+
+/// Tells the counters of a set that is being committed.
+void describe(const Set_Rows& rows, Write_Answer& answer)
+{
+    static const std::size_t resource_at = column_index("resource_uuid");
+    static const std::size_t end_at = column_index("backup_end_time");
+    const std::vector<Binding_Value>& row = rows.tables.front().rows.front();
+    answer.committed = true;
+    answer.type = rows.type->id;
+    if (const auto* const resource = std::get_if<Binding_Value::UUID>(&row[resource_at].held())) {
+        answer.resource_uuid = uuid_text(*resource);
+    }
+    if (const auto* const end = std::get_if<std::string>(&row[end_at].held())) {
+        iso8601_to_posix_time(std::string_view(*end), answer.backup_end_time);
+    }
+}
+
+std::string compact_document(const Life_Step& step)
+{
+    return json_document::compact(step.request->params);
+}
+
+/// What an open set keeps of a document: its pieces are rows of their own.
+std::string without_pieces(const std::string& document)
+{
+    return with_pieces(document, "[]");
+}
+
+std::size_t count_pieces(std::string_view pieces)
+{
+    std::vector<json_document::Member> elements;
+    json_document::split_array(pieces, elements);
+    return elements.size();
+}
+
+bool has_pieces(std::string_view pieces)
+{
+    return pieces.size() > 2; // "[]" has none
+}
+
+SQL with_set(const SQL& sql, const UUID_Bytes& uuid)
+{
+    SQL bound = sql;
+    bound.bind(":uuid", uuid);
+    return bound;
+}
+
+SQL forget_open(const UUID_Bytes& uuid)
+{
+    static const SQL sql("DELETE FROM open_set WHERE uuid = :uuid");
+    return with_set(sql, uuid);
+}
+
+/// The first text of the first row.
+class Text_Printer : public database::sql::Query_Result_Token_Printer
+{
+public:
+    bool print_cstr(int, const char*, const char* value, std::size_t length) override
+    {
+        text.assign(value, length);
+        return true;
+    }
+
+    std::string text;
+};
+
+} // namespace
+
+std::vector<Write_Answer> Set_Life::apply(std::span<const Write_Request> requests)
+{
+    answers_.resize(requests.size());
+    std::vector<Life_Step> steps;
+    steps.reserve(requests.size());
+    for (std::size_t i = 0; i < requests.size(); ++i) {
+        Life_Step step;
+        step.index = i;
+        step.request = &requests[i];
+        if (read_step(step, answers_[i].error)) {
+            steps.push_back(std::move(step));
+        }
+    }
+    if (!steps.empty() && !apply_steps(steps)) {
+        for (const Life_Step& step : steps) {
+            answer(step) = {};
+            answer(step).uuid = uuid_text(step.uuid);
+            fail(answer(step).error, failure_);
+        }
+    }
+    return std::move(answers_);
+}
+
+bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
+{
+    Database_Transaction transaction(connection_, Database_Transaction::WRITE);
+    if (!transaction.begun()) {
+        return database_failed();
+    }
+    // A request that is given twice gets the answer of the first.
+    std::map<UUID_Bytes, const Life_Step*> first;
+    std::vector<std::pair<const Life_Step*, const Life_Step*>> repeated;
+    std::vector<Life_Step*> asked;
+    for (Life_Step& step : steps) {
+        const auto place = step.key ? first.emplace(*step.key, &step).first : first.end();
+        if (place != first.end() && place->second != &step) {
+            repeated.emplace_back(&step, place->second);
+        } else {
+            asked.push_back(&step);
+        }
+    }
+    std::vector<Life_Step*> left;
+    if (!lock(steps) || !find_remembered(asked, left) || !run_rounds(std::move(left))) {
+        return false;
+    }
+    if (!transaction.commit()) {
+        return database_failed();
+    }
+    for (const auto& [step, original] : repeated) {
+        answer(*step) = answer(*original);
+        answer(*step).repeated = !answer(*original).error || answer(*original).error.kind != Error::DATABASE;
+        answer(*step).committed = false;
+    }
+    return true;
+}
+
+bool Set_Life::apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error)
+{
+    error = {};
+    answers.clear();
+    bool waits = false;
+    if (!anything_waits(connection_, waits, error)) {
+        return false;
+    }
+    if (!waits) {
+        return true; // without having kept others from writing
+    }
+    if (!apply_waiting(limit)) {
+        return fail(error, failure_);
+    }
+    answers = std::move(answers_);
+    return true;
+}
+
+bool Set_Life::apply_waiting(std::size_t limit)
+{
+    Database_Transaction transaction(connection_, Database_Transaction::WRITE);
+    std::vector<Waiting_Commit> waiting;
+    if (!transaction.begun() || !take_waiting(connection_, limit, waiting)) {
+        return database_failed();
+    }
+    answers_.resize(waiting.size());
+    std::vector<Write_Request> requests(waiting.size());
+    std::vector<Life_Step> steps;
+    steps.reserve(waiting.size());
+    for (std::size_t i = 0; i < waiting.size(); ++i) {
+        requests[i].params = std::move(waiting[i].document);
+        Life_Step step;
+        step.index = i;
+        step.request = &requests[i];
+        step.queue_id = waiting[i].id;
+        if (read_step(step, answers_[i].error)) {
+            steps.push_back(std::move(step));
+        } else { // it was taken once, by a program that knew other types
+            answers_[i].uuid = uuid_text(waiting[i].set);
+            if (!connection_.execute(fail_queued(step.queue_id, answers_[i].error.message))) {
+                return database_failed();
+            }
+        }
+    }
+    std::vector<Life_Step*> all;
+    for (Life_Step& step : steps) {
+        all.push_back(&step);
+    }
+    return lock(steps) && run_rounds(std::move(all)) && (transaction.commit() || database_failed());
+}
+
+/// On a server, others who change the same sets wait until the end of the transaction. SQLite has one writer anyway.
+bool Set_Life::lock(const std::vector<Life_Step>& steps)
+{
+    if (connection_.dialect() != SQL_Dialect::POSTGRESQL || steps.empty()) {
+        return true;
+    }
+    std::vector<std::int64_t> locks;
+    for (const Life_Step& step : steps) {
+        locks.push_back(lock_of(step.uuid));
+    }
+    // All take them in the same order, so that nobody waits for somebody who waits for him.
+    std::ranges::sort(locks);
+    const auto doubles = std::ranges::unique(locks);
+    locks.erase(doubles.begin(), doubles.end());
+    std::string list = "[";
+    for (const std::int64_t number : locks) {
+        list += (list.size() > 1 ? "," : "") + std::to_string(number);
+    }
+    static const SQL sql("SELECT pg_advisory_xact_lock(CAST(value AS bigint)) FROM "
+                         "json_array_elements_text(CAST(:locks AS json))");
+    return connection_.execute(SQL(sql).bind(":locks", list + ']')) || database_failed();
+}
+
+bool Set_Life::find_remembered(const std::vector<Life_Step*>& steps, std::vector<Life_Step*>& left)
+{
+    std::vector<UUID_Bytes> keys;
+    for (const Life_Step* const step : steps) {
+        if (step->key) {
+            keys.push_back(*step->key);
+        }
+    }
+    std::map<UUID_Bytes, Write_Answer> found;
+    if (!find_answers(connection_, keys, found)) {
+        return database_failed();
+    }
+    for (Life_Step* const step : steps) {
+        const auto place = step->key ? found.find(*step->key) : found.end();
+        if (place != found.end()) {
+            answer(*step) = std::move(place->second);
+        } else {
+            left.push_back(step);
+        }
+    }
+    return true;
+}
+
+/// Steps of one set follow each other; only pieces are added by several steps at once.
+bool Set_Life::run_rounds(std::vector<Life_Step*> steps)
+{
+    // Rows go in by the order of their sets, as `record` writes them.
+    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
+    while (!steps.empty()) {
+        std::vector<Life_Step*> now;
+        std::vector<Life_Step*> later;
+        for (Life_Step* const step : steps) {
+            const auto add = [](const Life_Step* one) { return one->operation() == Write_Operation::ADD_PIECE; };
+            const bool is_next = later.empty() || later.back()->uuid != step->uuid;
+            const bool is_first = now.empty() || now.back()->uuid != step->uuid;
+            (is_next && (is_first || (add(step) && add(now.back()))) ? now : later).push_back(step);
+        }
+        if (!run(now)) {
+            return false;
+        }
+        steps = std::move(later);
+    }
+    return true;
+}
+
+bool Set_Life::run(std::span<Life_Step* const> steps)
+{
+    for (const bool carefully : {false, true}) {
+        bool done = false;
+        if (!run_together(steps, carefully, done)) {
+            return false;
+        }
+        if (done) {
+            return true;
+        }
+    }
+    if (steps.size() == 1) {
+        return give_up(*steps.front());
+    }
+    return std::ranges::all_of(steps, [this](Life_Step* step) { return run(std::span(&step, 1)); });
+}
+
+bool Set_Life::run_together(std::span<Life_Step* const> steps, bool carefully, bool& done)
+{
+    before_.clear();
+    rows_.take();
+    after_.clear();
+    if (!look_up(steps, carefully)) {
+        return false;
+    }
+    for (Life_Step* const step : steps) {
+        answer(*step) = {};
+        answer(*step).uuid = uuid_text(step->uuid);
+        if (!plan(*step)) {
+            return false;
+        }
+        if (step->key) {
+            remember(rows_, *step->key, now_, answer(*step));
+        }
+    }
+    return write(done);
+}
+
+bool Set_Life::look_up(std::span<Life_Step* const> steps, bool carefully)
+{
+    std::vector<UUID_Bytes> sets;
+    std::vector<UUID_Bytes> doubtful;
+    for (const Life_Step* const step : steps) {
+        if (sets.empty() || sets.back() != step->uuid) {
+            sets.push_back(step->uuid);
+            // Of a commit it shows when the rows are there already.
+            if (carefully || step->operation() != Write_Operation::COMMIT) {
+                doubtful.push_back(step->uuid);
+            }
+        }
+    }
+    if (!look_up_states(connection_, sets, doubtful, states_)) {
+        return database_failed();
+    }
+    std::vector<UUID_Bytes> with_pieces;
+    for (const Life_Step* const step : steps) {
+        const bool takes = step->operation() == Write_Operation::ABORT || step->operation() == Write_Operation::COMMIT;
+        if (takes && states_[step->uuid].open) {
+            with_pieces.push_back(step->uuid);
+        }
+    }
+    return look_up_pieces(connection_, with_pieces, states_) || database_failed();
+}
+
+bool Set_Life::write(bool& written)
+{
+    std::vector<Statement> statements = std::move(before_);
+    std::ranges::move(rows_.take(), std::back_inserter(statements));
+    std::ranges::move(after_, std::back_inserter(statements));
+    written = statements.empty() || connection_.execute(statements);
+    if (written) {
+        return true;
+    }
+    failure_ = connection_.last_error();
+    return concerns_content(failure_);
+}
+
+/// The database does not take what this step would write.
+bool Set_Life::give_up(Life_Step& step)
+{
+    answer(step) = {};
+    answer(step).uuid = uuid_text(step.uuid);
+    fail(answer(step).error, failure_);
+    return step.queue_id == 0 || connection_.execute(fail_queued(step.queue_id, answer(step).error.message))
+           || database_failed();
+}
+
+bool Set_Life::plan(Life_Step& step)
+{
+    const Set_State& state = states_[step.uuid];
+    switch (step.operation()) {
+    case Write_Operation::INITIALIZE:
+        initialize(step, state);
+        break;
+    case Write_Operation::ADD_PIECE:
+        add_piece(step, state);
+        break;
+    case Write_Operation::COMPLETE:
+        complete(step, state);
+        break;
+    case Write_Operation::ABORT:
+        abort(step, state);
+        break;
+    case Write_Operation::COMMIT:
+        return commit(step, state);
+    case Write_Operation::UPDATE:
+        return update(step, state);
+    }
+    return true;
+}
+
+void Set_Life::initialize(Life_Step& step, const Set_State& state)
+{
+    const std::string_view found = state.name();
+    if (found != "unknown" && found != "open") {
+        out_of_order(step, state, "unknown");
+        return;
+    }
+    std::string digest = content_digest(step.request->params);
+    if (state.open) {
+        if (digest != state.initialized) {
+            conflict(step, "is open");
+        }
+        return;
+    }
+    const std::string document = compact_document(step);
+    rows_.add(open_set_table,
+              {Binding_Value(step.uuid), Binding_Value(step.rows.type->id), Binding_Value("open"),
+               Binding_Value(stored_time(now_).value_or("1970-01-01 00:00:00")), Binding_Value(std::move(digest)),
+               Binding_Value(), Binding_Value(without_pieces(document))});
+    const std::string_view pieces = pieces_of(document);
+    add_pieces(step.uuid, pieces, count_pieces(pieces));
+}
+
+void Set_Life::add_piece(Life_Step& step, const Set_State& state)
+{
+    if (std::string_view(state.name()) != "open") {
+        out_of_order(step, state, "open");
+        return;
+    }
+    add_pieces(step.uuid, step.pieces, step.piece_count);
+}
+
+void Set_Life::complete(Life_Step& step, const Set_State& state)
+{
+    const std::string_view found = state.name();
+    if (found != "open" && found != "complete") {
+        out_of_order(step, state, "open");
+        return;
+    }
+    std::string digest = content_digest(step.request->params);
+    if (state.complete) {
+        if (digest != state.completed) {
+            conflict(step, "is complete");
+        }
+        return;
+    }
+    if (!is_of_type(step, state.type)) {
+        return;
+    }
+    static const SQL sql(
+        "UPDATE open_set SET state = 'complete', completed = :digest, document = :document WHERE uuid = :uuid");
+    const std::string document = compact_document(step);
+    SQL bound = sql;
+    bound.bind(":digest", std::move(digest)).bind(":document", without_pieces(document)).bind(":uuid", step.uuid);
+    after_.emplace_back(std::move(bound));
+    const std::string_view pieces = pieces_of(document);
+    add_pieces(step.uuid, pieces, count_pieces(pieces));
+}
+
+void Set_Life::abort(Life_Step& step, const Set_State& state)
+{
+    const std::string_view found = state.name();
+    if (found != "open" && found != "complete") {
+        out_of_order(step, state, "open or complete");
+        return;
+    }
+    Piece_List held;
+    for (const std::string& pieces : state.pieces) {
+        held.add(pieces);
+    }
+    answer(step).pieces = held.array();
+    after_.emplace_back(forget_open(step.uuid));
+}
+
+bool Set_Life::commit(Life_Step& step, const Set_State& state)
+{
+    if (state.committed) {
+        if (!commit_again(step)) {
+            return false;
+        }
+    } else if (step.queue_id == 0 && !state.queued.empty()) {
+        const std::string digest = content_digest(step.request->params);
+        answer(step).queued = std::ranges::find(state.queued, digest) != state.queued.end();
+        if (!answer(step).queued) {
+            conflict(step, "is queued");
+        }
+    } else if (!state.open || is_of_type(step, state.type)) {
+        if (step.request->queue) {
+            enqueue(step);
+        } else {
+            commit_now(step, state);
+        }
+    }
+    const bool is_settled = !answer(step).error && !answer(step).queued;
+    if (is_settled && state.open) {
+        after_.emplace_back(forget_open(step.uuid)); // also of a set that was recorded meanwhile without these steps
+    }
+    if (step.queue_id != 0) {
+        leave_queue(step);
+    }
+    return true;
+}
+
+bool Set_Life::commit_again(Life_Step& step)
+{
+    std::string stored;
+    Error error;
+    if (!read_back(connection_, step.uuid, stored, error)) {
+        failure_ = error.database;
+        return false;
+    }
+    if (json_document::same_content(stored, step.request->params)) {
+        return true;
+    }
+    std::string digest;
+    if (!committed_digest(step.uuid, digest)) {
+        return false;
+    }
+    if (digest.empty() || digest != content_digest(step.request->params)) {
+        conflict(step, "is committed");
+    }
+    return true;
+}
+
+void Set_Life::enqueue(Life_Step& step)
+{
+    rows_.add(queued_commit_table,
+              {Binding_Value(step.uuid), Binding_Value(step.rows.type->id), Binding_Value("waiting"),
+               Binding_Value(stored_time(now_).value_or("1970-01-01 00:00:00")),
+               Binding_Value(content_digest(step.request->params)), Binding_Value(),
+               Binding_Value(compact_document(step))});
+    answer(step).queued = true;
+}
+
+void Set_Life::commit_now(Life_Step& step, const Set_State& state)
+{
+    if (step.rows.tables.empty() || !state.pieces.empty()) { // they went into a statement that failed, or get others
+        std::string document = compact_document(step);
+        bool is_merged = false;
+        if (!state.pieces.empty()) {
+            Piece_List all;
+            for (const std::string& pieces : state.pieces) {
+                all.add(pieces);
+            }
+            const std::string_view own = pieces_of(document);
+            all.add(own.empty() ? "[]" : own);
+            std::string merged = with_pieces(document, all.array());
+            is_merged = merged != document;
+            document = std::move(merged);
+        }
+        if (!read_document(document, step.rows, answer(step).error)) {
+            return;
+        }
+        if (is_merged) {
+            step.rows.tables.push_back(
+                {&backup_set_commit_table,
+                 {{Binding_Value(step.uuid), Binding_Value(content_digest(step.request->params))}}});
+        }
+    }
+    describe(step.rows, answer(step));
+    rows_.add(std::move(step.rows));
+    step.rows.tables.clear();
+}
+
+bool Set_Life::update(Life_Step& step, const Set_State& state)
+{
+    const std::string_view found = state.name();
+    if (found == "unknown") {
+        answer(step).error = {.kind = Error::NOT_FOUND,
+                              .message = "the catalog has no set " + uuid_text(step.uuid),
+                              .key = "uuid",
+                              .database = {}};
+    } else if (found == "queued") {
+        out_of_order(step, state, "open, complete or committed");
+    } else if (is_of_type(step, state.committed ? state.committed_type : state.type)) {
+        if (state.committed) {
+            return update_committed(step);
+        }
+        update_open(step);
+    }
+    return true;
+}
+
+void Set_Life::update_open(Life_Step& step)
+{
+    static const SQL replace("UPDATE open_set SET document = :document WHERE uuid = :uuid");
+    static const SQL forget("DELETE FROM open_set_pieces WHERE set_uuid = :uuid");
+    const std::string document = compact_document(step);
+    SQL bound = replace;
+    bound.bind(":document", without_pieces(document)).bind(":uuid", step.uuid);
+    after_.emplace_back(std::move(bound));
+    const std::string_view pieces = pieces_of(document);
+    if (has_pieces(pieces)) {
+        before_.emplace_back(with_set(forget, step.uuid));
+        add_pieces(step.uuid, pieces, count_pieces(pieces));
+    }
+}
+
+bool Set_Life::update_committed(Life_Step& step)
+{
+    std::string stored;
+    std::string digest;
+    Error error;
+    if (!read_back(connection_, step.uuid, stored, error)) {
+        failure_ = error.database;
+        return false;
+    }
+    if (!committed_digest(step.uuid, digest)) {
+        return false;
+    }
+    std::string document = compact_document(step);
+    const std::string_view kept = pieces_of(stored);
+    if (has_pieces(kept) && !has_pieces(pieces_of(document))) {
+        document = with_pieces(document, kept);
+    }
+    if (json_document::same_content(stored, document) || !read_document(document, step.rows, answer(step).error)) {
+        return true;
+    }
+    static const SQL forget("DELETE FROM backup_set WHERE uuid = :uuid");
+    before_.emplace_back(with_set(forget, step.uuid));
+    rows_.add(std::move(step.rows));
+    rows_.add(backup_set_commit_table,
+              {Binding_Value(step.uuid), Binding_Value(digest.empty() ? content_digest(stored) : digest)});
+    return true;
+}
+
+/// A commit of the queue has been settled.
+void Set_Life::leave_queue(const Life_Step& step)
+{
+    const Error& error = answer(step).error;
+    after_.emplace_back(error ? fail_queued(step.queue_id, error.message) : remove_queued(step.queue_id));
+}
+
+void Set_Life::out_of_order(const Life_Step& step, const Set_State& state, const char* wanted)
+{
+    answer(step).error = {.kind = Error::STATE,
+                          .message = "cannot " + std::string(step_name(step.operation())) + " set "
+                                     + uuid_text(step.uuid) + ", which is " + state.name() + ": it has to be " + wanted,
+                          .key = "uuid",
+                          .database = {}};
+}
+
+void Set_Life::conflict(const Life_Step& step, const std::string& where)
+{
+    answer(step).error = {.kind = Error::CONFLICT,
+                          .message =
+                              "set " + uuid_text(step.uuid) + ' ' + where + " with other content; it was left as it is",
+                          .key = "uuid",
+                          .database = {}};
+}
+
+bool Set_Life::is_of_type(const Life_Step& step, const std::string& type)
+{
+    return step.rows.type->id == type
+           || refuse(answer(step).error, "catalog_module",
+                     "the document is of type " + std::string(step.rows.type->id) + ", but set " + uuid_text(step.uuid)
+                         + " is of type " + type);
+}
+
+void Set_Life::add_pieces(const UUID_Bytes& set, std::string_view pieces, std::size_t count)
+{
+    if (count > 0) {
+        rows_.add(open_set_pieces_table,
+                  {Binding_Value(set), Binding_Value(static_cast<std::int64_t>(count)), Binding_Value(pieces)});
+    }
+}
+
+/// Empty: the set's document is the one that it was committed with.
+bool Set_Life::committed_digest(const UUID_Bytes& set, std::string& digest)
+{
+    static const Select_SQL select =
+        Select_SQL().table("backup_set_commit").select("digest").where("set_uuid = :set_uuid");
+    Text_Printer printer;
+    if (!connection_.query_and_print(Select_SQL(select).bind(":set_uuid", set), printer, GM_ORM_ROWS)) {
+        return database_failed();
+    }
+    digest = std::move(printer.text);
+    return true;
+}
+
+bool Set_Life::database_failed()
+{
+    failure_ = connection_.last_error();
+    return false;
+}
+
+} // namespace catalog
