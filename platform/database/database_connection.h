@@ -27,6 +27,7 @@
 #include "platform/sql/select_sql.h"
 #include "platform/sql/sql.h"
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -87,9 +88,14 @@ public:
     virtual bool commit() = 0;
     virtual bool rollback() = 0;
 
+    /// From the next operation on, a query, an `execute` or a script that takes longer is ended: CANCELLED. 0, as at
+    /// first: no limit. Where the rows of a query come in portions the limit may hold for each of these.
+    void time_limit(std::chrono::milliseconds limit) { time_limit_ = limit; }
+
     const Database_Error& last_error() const { return last_error_; }
 
 protected:
+    std::chrono::milliseconds time_limit_{0};
     Database_Error last_error_;
 };
 

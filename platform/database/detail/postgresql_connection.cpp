@@ -265,6 +265,7 @@ private:
     std::uint64_t names_ = 0;
     bool has_stale_statements_ = false; ///< the server holds some that are not known here any more
     bool transaction_failed_ = false;   ///< the server waits for its end
+    std::chrono::milliseconds server_time_limit_{0};
     Wire_Parameters parameters_;        ///< of the command that is being made up
 
     Answers* answers_ = nullptr;  ///< to the queries of the row that is being printed
@@ -309,6 +310,7 @@ bool PostgreSQL_Connection::connect()
     statements_.clear();
     has_stale_statements_ = false;
     transaction_failed_ = false;
+    server_time_limit_ = {};
     return pipeline_.connect(url_)
            || report(Database_Error::CONNECTION_LOST, "cannot connect: " + pipeline_.message(), {});
 }
@@ -318,8 +320,14 @@ bool PostgreSQL_Connection::be_connected()
     if (!is_own_transaction()) {
         return true;
     }
-    if (!pipeline_.look_connected()) {
-        return connect();
+    if (!pipeline_.look_connected() && !connect()) {
+        return false;
+    }
+    if (server_time_limit_ != time_limit_) {
+        server_time_limit_ = time_limit_;
+        const std::string command = "SET statement_timeout TO " + std::to_string(time_limit_.count());
+        pipeline_.drop(pipeline_.run(command.c_str()));
+        pipeline_.sync();
     }
     if (has_stale_statements_) {
         has_stale_statements_ = false;

@@ -139,6 +139,10 @@ private:
 
     bool is_in_transaction() const { return sqlite3_get_autocommit(db_) == 0; }
 
+    /// Begins to count the time of an operation.
+    void start_clock();
+    static int is_late(void* self);
+
     /// Outside of a transaction: the file is still where it was opened. What is written to one that was removed is lost.
     bool check_file();
 
@@ -163,6 +167,7 @@ private:
     sqlite3* db_ = nullptr;
     std::unordered_multimap<std::size_t, Prepared> statements_; ///< by the hash of their text
     std::uint64_t uses_ = 0;
+    std::chrono::steady_clock::time_point deadline_{};
 };
 
 bool SQLite_Connection::report_engine(const std::string& statement, Source_Location where)
@@ -230,6 +235,19 @@ bool SQLite_Connection::use_wal(int busy_timeout_ms)
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
+}
+
+void SQLite_Connection::start_clock()
+{
+    constexpr int steps_between_looks = 2000; // of the engine's machine: some ten microseconds
+    const bool is_limited = time_limit_.count() > 0;
+    deadline_ = std::chrono::steady_clock::now() + time_limit_;
+    sqlite3_progress_handler(db_, is_limited ? steps_between_looks : 0, is_limited ? is_late : nullptr, this);
+}
+
+int SQLite_Connection::is_late(void* self)
+{
+    return std::chrono::steady_clock::now() > static_cast<SQLite_Connection*>(self)->deadline_ ? 1 : 0;
 }
 
 bool SQLite_Connection::check_file()
@@ -384,6 +402,7 @@ bool SQLite_Connection::run_statement(const Insert_SQL& insert, std::int64_t& ch
 bool SQLite_Connection::run_statements(std::span<const Statement> statements, std::int64_t& changed)
 {
     const bool is_inner = transaction() != Transaction::NONE;
+    start_clock();
     if (!check_file() || !run(is_inner ? "SAVEPOINT statements" : "BEGIN IMMEDIATE")) {
         return false;
     }
@@ -408,6 +427,7 @@ bool SQLite_Connection::run_statements(std::span<const Statement> statements, st
 
 bool SQLite_Connection::run_script(const std::string& script)
 {
+    start_clock();
     if (!check_file()) {
         return false;
     }
@@ -469,8 +489,11 @@ bool SQLite_Connection::run_query(const SQL& sql, const Rendered_Ptr& rendered,
                                   database::sql::Query_Result_Printer& printer, Generate_Mode mode,
                                   database::sql::Query_Result_Handler* handler)
 {
-    if (depth() == 1 && !check_file()) {
-        return false;
+    if (depth() == 1) {
+        start_clock();
+        if (!check_file()) {
+            return false;
+        }
     }
     const Running prepared(prepare(rendered->text, rendered->hash, rendered));
     if (!prepared || !bind(*prepared, sql, *rendered)) {
