@@ -100,8 +100,9 @@ std::string command_synopsis(const Command& command)
 
 std::string program_help(const Program& program)
 {
-    std::string out = std::string("Usage: ") + program_name + " [OPTION]... COMMAND [OPTION]... [ARGUMENT]...\n\n";
-    out += wrapped(std::string(program_name) + " " + program_summary + ".", 0) + "\n";
+    const std::string name = program_name;
+    std::string out = "Usage: " + name + " [OPTION]... COMMAND [OPTION]... [ARGUMENT]...\n\n";
+    out += wrapped(name + " " + program_summary + ".", 0) + "\n";
     out += wrapped(program_description, 0);
     out += "\nCommands:\n";
     for (const auto& command : program.commands) {
@@ -113,14 +114,15 @@ std::string program_help(const Program& program)
         out += entry(variable.name, variable.meaning);
     }
     out += exit_code_entries();
-    out += std::string("\nExample:\n  ") + program_name + " list --since 2024-05-01\n";
-    out += std::string("\nMore: `") + program_name + " COMMAND --help`\n";
+    out += "\nExample:\n  " + name + " list --since 2024-05-01\n";
+    out += "\nMore: `" + name + " COMMAND --help`\n";
     return out;
 }
 
 std::string command_help(const Program& program, const Command& command)
 {
-    std::string out = std::string("Usage: ") + program_name + " " + command_synopsis(command) + "\n\n";
+    const std::string name = program_name;
+    std::string out = "Usage: " + name + " " + command_synopsis(command) + "\n\n";
     out += command.summary + ".\n\n";
     out += wrapped(command.description, 0);
     if (!command.options.empty()) {
@@ -129,7 +131,7 @@ std::string command_help(const Program& program, const Command& command)
     out += "\nOptions of every command:\n" + option_entries(program.options);
     out += command.examples.size() == 1 ? "\nExample:\n" : "\nExamples:\n";
     for (const Example& example : command.examples) {
-        out += std::string("  ") + program_name + " " + example.command + "\n" + wrapped(example.what, 6);
+        out += "  " + name + " " + example.command + "\n" + wrapped(example.what, 6);
     }
     return out + exit_code_entries();
 }
