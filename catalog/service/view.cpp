@@ -33,6 +33,8 @@ constexpr View_Parameter latest_parameters[] = {
     {"resource", UUID, "the resource", true},
     {"type", TYPE, "only sets of this type"},
 };
+constexpr View_Parameter chain_parameters[] = {one_set};
+constexpr View_Parameter storages_parameters[] = {one_set};
 constexpr View_Parameter pieces_parameters[] = {one_set, limit, after};
 constexpr View_Parameter pool_parameters[] = {{"pool", UUID, "the pool", true}, page_limit, after};
 constexpr View_Parameter type_parameters[] = {{"uuid", UUID, "only this set"}, limit, after};
@@ -45,13 +47,32 @@ constexpr View_Description backup_set_views[] = {
      "The newest set of a resource, by its `backup_end_time`, then its `backup_start_time`, then its uuid: its whole "
      "document. Sets without an end come behind those with one. No row when the resource has no set.",
      latest_parameters, nullptr, open_latest},
+    {"backup_set", "chain",
+     "A set and all that it depends on, each behind those that it depends on itself: rows as those of `sets`, with "
+     "`parents`. `missing` names parents that the catalog does not have; `cycles` the sets of each circle of "
+     "dependencies.",
+     chain_parameters, nullptr, open_chain},
+    {"backup_set", "storages", "The copies of a set, as its document has them.", storages_parameters, nullptr,
+     open_storages},
     {"backup_set", "pieces", "The pieces of a set, as its document has them.", pieces_parameters, nullptr, open_pieces},
+    {"backup_set", "pool",
+     "All copies in a pool, those of the newest sets first: as documents have them, each with its set.",
+     pool_parameters, nullptr, open_pool},
 };
 
 const std::vector<View_Description>& all_views()
 {
     static const std::vector<View_Description> views = [] {
         std::vector<View_Description> all(std::begin(backup_set_views), std::end(backup_set_views));
+        for (const Set_Type& type : set_types()) {
+            Select_SQL sql;
+            type.init_select(sql, type.aliases);
+            if (!sql.empty()) {
+                all.push_back({type.id, "sets",
+                               "The sets of the type by its own select, newest first, with their storages and pieces.",
+                               type_parameters, &type, open_type_sets});
+            }
+        }
         return all;
     }();
     return views;

@@ -107,6 +107,11 @@ std::optional<Page_Key> read_page_key(std::string_view text)
 void write_summary(const YAJL_Gen& gen, const Set_Summary& set)
 {
     const YAJL_Map_Guard map(gen);
+    write_summary_members(gen, set);
+}
+
+void write_summary_members(const YAJL_Gen& gen, const Set_Summary& set)
+{
     gen << "uuid"_key << set.uuid;
     gen << "type"_key << set.type;
     gen << "name"_key << set.name;

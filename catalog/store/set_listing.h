@@ -32,6 +32,9 @@ std::optional<Page_Key> read_page_key(std::string_view text);
 /// Writes a set as listings show it: an object; times as "YYYY-MM-DD HH:MM:SS", null where there is none.
 void write_summary(const YAJL_Gen& gen, const Set_Summary& set);
 
+/// The same without the braces, for those who have more to say of it.
+void write_summary_members(const YAJL_Gen& gen, const Set_Summary& set);
+
 /// Adds the columns that a `Summary_Printer` takes, of "backup_set" under an alias.
 void add_summary_columns(Select_SQL& sql, const std::string& alias);
 
