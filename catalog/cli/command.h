@@ -33,8 +33,9 @@ struct Option
     enum Kind
     {
         PLAIN,
-        UUID, ///< checked to be one
-        FILE  ///< completed as file names
+        UUID,  ///< checked to be one
+        FILE,  ///< completed as file names
+        CONFIG ///< a file that options are read from
     } kind = PLAIN;
     bool required = false;
 
@@ -76,5 +77,7 @@ std::unique_ptr<Command> make_load_command();
 std::unique_ptr<Command> make_rows_command();
 std::unique_ptr<Command> make_choose_copy_command();
 std::unique_ptr<Command> make_schema_command();
+std::unique_ptr<Command> make_serve_command();
+std::unique_ptr<Command> make_access_key_command();
 
 } // namespace catalog::cli

@@ -43,7 +43,7 @@ std::vector<std::string> option_words(const std::vector<Option>& options)
 /// What completes a value: its choices, file names, or nothing.
 std::string value_words(const Option& option)
 {
-    if (option.kind == Option::FILE) {
+    if (option.kind == Option::FILE || option.kind == Option::CONFIG) {
         return "compgen -f -- \"$word\"";
     }
     return "compgen -W \"" + joined(option.choices, " ") + "\" -- \"$word\"";

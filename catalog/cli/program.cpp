@@ -22,6 +22,7 @@ namespace {
 struct Common_Options
 {
     std::string database;
+    std::string config;
     bool verbose = false;
     bool help = false;
     bool version = false;
@@ -35,6 +36,13 @@ std::vector<Option> common_options(Common_Options& values)
          "The catalog's database: sqlite:PATH or postgresql://...; when not given, that of BACKUP_SET_DATABASE or a file of "
          "the user's own",
          &values.database},
+        {.name = "--config",
+         .value = "FILE",
+         .help =
+             "Read options from the file, \"name = value\" each; those of a command in its section, as in [serve]. What "
+             "the command line says goes first",
+         .target = &values.config,
+         .kind = Option::CONFIG},
         {"--verbose", "", "Also print what the libraries log", &values.verbose},
         {"-h,--help", "", "Print help, of the command when one is given, and exit", &values.help},
         {"--version", "", "Print the version and exit", &values.version},
@@ -109,6 +117,10 @@ private:
 
 void add_option(CLI::App& app, const Option& option)
 {
+    if (option.kind == Option::CONFIG) {
+        app.set_config(option.name);
+        return;
+    }
     CLI::Option* added = std::visit(Option_Adder(app, option), option.target);
     if (option.required) {
         added->required();

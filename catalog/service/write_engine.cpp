@@ -1,0 +1,230 @@
+#include "catalog/service/write_engine.h"
+
+#include "platform/text/log.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace catalog::service {
+
+namespace {
+
+constexpr std::chrono::milliseconds first_pace{50};
+
+Error internal_error(const char* what)
+{
+    Error error;
+    error.kind = Error::DATABASE;
+    error.message = what;
+    error.database.kind = Database_Error::OTHER;
+    error.database.message = what;
+    return error;
+}
+
+/// Whether the same request may well succeed a little later.
+bool may_pass(const Error& error)
+{
+    return error.kind == Error::DATABASE && error.database.retryable();
+}
+
+std::vector<Write_Answer> apply_to(Write_Target& target, std::span<const Write_Request> requests)
+{
+    std::vector<Write_Answer> answers;
+    try {
+        answers = target.apply(requests);
+    } catch (const std::exception& fault) {
+        log_at(LM_ERROR, "A write failed: %C\n", fault.what());
+        answers.clear();
+    }
+    while (answers.size() < requests.size()) {
+        answers.push_back({.error = internal_error("the write failed"), .uuid = {}, .pieces = {}});
+    }
+    return answers;
+}
+
+} // namespace
+
+Write_Engine::Write_Engine(const Write_Options& options, Opener open) : options_(options), open_(std::move(open))
+{
+    for (std::size_t i = 0; i < std::max<std::size_t>(1, options_.writers); ++i) {
+        threads_.emplace_back([this] { run(); });
+    }
+}
+
+Write_Engine::~Write_Engine()
+{
+    stop();
+}
+
+bool Write_Engine::submit(Write_Request request, std::string set, Taker taker)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        const std::size_t bytes = request.params.size();
+        if (stopping_ || waiting_.size() >= options_.most_waiting
+            || (!waiting_.empty() && waiting_bytes_ + bytes > options_.most_waiting_bytes))
+        {
+            return false;
+        }
+        waiting_bytes_ += bytes;
+        waiting_.push_back({std::move(request), std::move(set), std::move(taker), Clock::now() + options_.patience});
+        waiting_count_ = waiting_.size();
+    }
+    wake_.notify_one();
+    return true;
+}
+
+void Write_Engine::stop()
+{
+    {
+        const std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    wake_.notify_all();
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+    threads_.clear();
+}
+
+void Write_Engine::run()
+{
+    std::unique_ptr<Write_Target> target;
+    while (true) {
+        Batch batch = take();
+        if (batch.empty()) {
+            return;
+        }
+        work(std::move(batch), target);
+    }
+}
+
+/// What is written next; empty when there will be nothing any more.
+Write_Engine::Batch Write_Engine::take()
+{
+    std::unique_lock lock(mutex_);
+    while (true) {
+        Batch batch;
+        std::size_t bytes = 0;
+        std::set<std::string_view> passed; // sets whose earlier request has to wait
+        for (auto place = waiting_.begin(); place != waiting_.end() && batch.size() < options_.most_together;) {
+            const std::size_t size = place->request.params.size();
+            if (!batch.empty() && bytes + size > options_.most_together_bytes) {
+                break;
+            }
+            if (!place->set.empty() && (busy_.contains(place->set) || passed.contains(place->set))) {
+                passed.insert(place->set);
+                ++place;
+                continue;
+            }
+            if (!place->set.empty()) {
+                busy_.insert(place->set);
+            }
+            bytes += size;
+            batch.push_back(std::move(*place));
+            place = waiting_.erase(place);
+        }
+        waiting_bytes_ -= bytes;
+        waiting_count_ = waiting_.size();
+        if (stopping_ && waiting_.empty()) {
+            wake_.notify_all(); // nothing will come for the others either
+            return batch;
+        }
+        if (!batch.empty()) {
+            return batch;
+        }
+        wake_.wait(lock);
+    }
+}
+
+void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
+{
+    std::chrono::milliseconds pace = first_pace;
+    while (!batch.empty()) {
+        Error lost;
+        if (target == nullptr) {
+            target = open_(lost);
+        }
+        std::vector<Write_Answer> answers;
+        if (target != nullptr) {
+            std::vector<Write_Request> requests;
+            requests.reserve(batch.size());
+            for (Pending& pending : batch) {
+                requests.push_back(std::move(pending.request));
+            }
+            answers = apply_to(*target, requests);
+            for (std::size_t i = 0; i < batch.size(); ++i) {
+                batch[i].request = std::move(requests[i]);
+            }
+        } else {
+            Write_Answer answer;
+            answer.error = lost;
+            answers.assign(batch.size(), answer);
+        }
+        const Clock::time_point now = Clock::now();
+        Batch again;
+        for (std::size_t i = 0; i < batch.size(); ++i) {
+            // A database that cannot be opened may come back whatever the reason.
+            const bool later = (target == nullptr || may_pass(answers[i].error)) && now < batch[i].deadline;
+            if (later) {
+                lost = answers[i].error;
+                again.push_back(std::move(batch[i]));
+            } else {
+                if (answers[i].error.database.reconnect()) {
+                    lost = answers[i].error;
+                }
+                finish(batch[i], std::move(answers[i]));
+            }
+        }
+        batch = std::move(again);
+        if (lost.database.reconnect()) {
+            target.reset();
+        }
+        if (target == nullptr) {
+            fail_expired(lost);
+        }
+        if (!batch.empty()) {
+            std::this_thread::sleep_for(pace);
+            pace = std::min(pace * 2, options_.most_pace);
+        }
+    }
+}
+
+void Write_Engine::finish(Pending& pending, Write_Answer answer)
+{
+    if (!pending.set.empty()) {
+        bool blocked = false;
+        {
+            const std::lock_guard lock(mutex_);
+            busy_.erase(pending.set);
+            blocked = !waiting_.empty();
+        }
+        if (blocked) {
+            wake_.notify_one(); // the next request of the set may have been passed over
+        }
+    }
+    pending.taker(std::move(answer));
+}
+
+/// While the database is lost nobody waits behind those who wait for it.
+void Write_Engine::fail_expired(const Error& error)
+{
+    Batch expired;
+    {
+        const std::lock_guard lock(mutex_);
+        const Clock::time_point now = Clock::now();
+        while (!waiting_.empty() && waiting_.front().deadline <= now) {
+            waiting_bytes_ -= waiting_.front().request.params.size();
+            expired.push_back(std::move(waiting_.front()));
+            waiting_.pop_front();
+        }
+        waiting_count_ = waiting_.size();
+    }
+    for (const Pending& pending : expired) {
+        Write_Answer answer;
+        answer.error = error;
+        pending.taker(std::move(answer));
+    }
+}
+
+} // namespace catalog::service

@@ -1,0 +1,104 @@
+// Writes of many clients at once: waiting requests share transactions.
+//
+// Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction; nobody waits
+// for company. Requests of one set are applied one after the other in the order in which they came. A lost database is
+// opened anew; requests meanwhile wait for a while and fail then. Thread-safe.
+#pragma once
+
+#include "catalog/store/write_request.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace catalog::service {
+
+/// Where requests are applied: a store. Belongs to one thread.
+class Write_Target
+{
+public:
+    virtual ~Write_Target() = default;
+
+    /// One answer for each request; see `Catalog_Store::apply`.
+    virtual std::vector<Write_Answer> apply(std::span<const Write_Request> requests) = 0;
+};
+
+struct Write_Options
+{
+    std::size_t writers = 1;                     ///< threads, each with a connection
+    std::size_t most_waiting = 1000;             ///< requests
+    std::size_t most_waiting_bytes = 256u << 20; ///< of their params
+    std::size_t most_together = 64;              ///< requests of one transaction
+    std::size_t most_together_bytes = 8u << 20;  ///< of their params; one request may have more
+    std::chrono::milliseconds patience{5000};    ///< how long a request waits for a database that is lost
+    std::chrono::milliseconds most_pace{1000};   ///< between two attempts to open a lost database
+};
+
+class Write_Engine
+{
+public:
+    /// Opens a target; null, with the reason, on failure. Called by the engine's threads.
+    using Opener = std::function<std::unique_ptr<Write_Target>(Error& error)>;
+
+    /// Called once, by a thread of the engine, and must not block it.
+    using Taker = std::function<void(Write_Answer)>;
+
+    Write_Engine(const Write_Options& options, Opener open);
+    Write_Engine(const Write_Engine&) = delete;
+    Write_Engine& operator=(const Write_Engine&) = delete;
+    ~Write_Engine(); ///< stops
+
+    /// `set` names the set that is written; requests without one are in nobody's way. False, and no answer, when too
+    /// many wait or the engine has stopped.
+    bool submit(Write_Request request, std::string set, Taker taker);
+
+    /// Takes no more, answers all that waits, ends the threads.
+    void stop();
+
+    std::size_t waiting() const { return waiting_count_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct Pending
+    {
+        Write_Request request;
+        std::string set;
+        Taker taker;
+        Clock::time_point deadline; ///< for waiting for a lost database
+    };
+    using Batch = std::vector<Pending>;
+
+    class Writer;
+
+    void run();
+    Batch take();
+    void work(Batch batch, std::unique_ptr<Write_Target>& target);
+    void finish(Pending& pending, Write_Answer answer);
+    void fail_expired(const Error& error);
+
+    const Write_Options options_;
+    const Opener open_;
+
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::list<Pending> waiting_;
+    std::size_t waiting_bytes_ = 0;
+    std::set<std::string, std::less<>> busy_; ///< sets that are being written
+    bool stopping_ = false;
+    std::atomic<std::size_t> waiting_count_ = 0;
+
+    std::vector<std::thread> threads_;
+};
+
+} // namespace catalog::service
