@@ -107,9 +107,7 @@ public:
     Server_Counters counters() const
     {
         Server_Counters counters;
-        const std::size_t refusals = core_->refusals_under_way;
-        const std::size_t all = core_->count();
-        counters.connections = all - std::min(all, refusals);
+        counters.connections = core_->count();
         counters.web_sockets = core_->web_sockets;
         counters.requests_in_flight = core_->slots->used();
         counters.accepted = core_->accepted;
@@ -122,6 +120,9 @@ public:
 
     void stop(std::chrono::milliseconds deadline)
     {
+        if (threads_.empty()) {
+            return; // never started, or stopped already
+        }
         for (const auto& listener : listeners_) {
             listener->stop();
         }

@@ -39,6 +39,13 @@ public:
         return !stopping_ && connections_.insert(connection).second;
     }
 
+    /// Adds a connection that is only told that there are too many. False when the server is stopping.
+    bool add_refused(const std::shared_ptr<Connection>& connection)
+    {
+        const std::lock_guard lock(mutex_);
+        return !stopping_ && refused_.insert(connection).second;
+    }
+
     /// Puts one connection in the place of another, also when the server is stopping. True when it is.
     bool replace(const std::shared_ptr<Connection>& old, const std::shared_ptr<Connection>& now)
     {
@@ -52,15 +59,23 @@ public:
     {
         const std::lock_guard lock(mutex_);
         connections_.erase(connection);
-        if (connections_.empty()) {
+        refused_.erase(connection);
+        if (connections_.empty() && refused_.empty()) {
             none_left_.notify_all();
         }
     }
 
+    /// Without the refused ones.
     std::size_t count() const
     {
         const std::lock_guard lock(mutex_);
         return connections_.size();
+    }
+
+    std::size_t refused_count() const
+    {
+        const std::lock_guard lock(mutex_);
+        return refused_.size();
     }
 
     /// From now on no connection is added. Those there are.
@@ -68,13 +83,15 @@ public:
     {
         const std::lock_guard lock(mutex_);
         stopping_ = true;
-        return {connections_.begin(), connections_.end()};
+        std::vector<std::shared_ptr<Connection>> all(connections_.begin(), connections_.end());
+        all.insert(all.end(), refused_.begin(), refused_.end());
+        return all;
     }
 
     bool wait_for_none(std::chrono::milliseconds deadline)
     {
         std::unique_lock lock(mutex_);
-        return none_left_.wait_for(lock, deadline, [this] { return connections_.empty(); });
+        return none_left_.wait_for(lock, deadline, [this] { return connections_.empty() && refused_.empty(); });
     }
 
     /// Notes a refusal made by the server itself.
@@ -84,6 +101,13 @@ public:
         log_at(LM_WARNING, "A request of %C is refused: %d, %C.\n", peer.c_str(), status, message.c_str());
     }
 
+    /// Notes that a WebSocket is closed for a fault of its peer, or for ours.
+    void closed(const std::string& peer, const std::string& reason)
+    {
+        ++refused_requests;
+        log_at(LM_WARNING, "The WebSocket of %C is closed: %C.\n", peer.c_str(), reason.c_str());
+    }
+
     const Server_Options options;
     Front& front;
     const std::shared_ptr<Slots> slots;
@@ -91,7 +115,6 @@ public:
     std::optional<net::ssl::context> tls = std::nullopt;
     net::io_context io;
 
-    std::atomic<std::size_t> refusals_under_way = 0; ///< connections that are only told that there are too many
     std::atomic<std::size_t> web_sockets = 0;
     std::atomic<std::uint64_t> accepted = 0;
     std::atomic<std::uint64_t> refused_connections = 0;
@@ -104,6 +127,7 @@ private:
     std::condition_variable none_left_;
     bool stopping_ = false;
     std::unordered_set<std::shared_ptr<Connection>> connections_;
+    std::unordered_set<std::shared_ptr<Connection>> refused_;
 };
 
 /// One connection, whatever is spoken on it. It lives as long as the core lists it; all but the constructor and

@@ -285,12 +285,7 @@ private:
         if (!is_upgrade_clear(header)) {
             return;
         }
-        const std::uint64_t length = parser_->content_length() ? *parser_->content_length() : 0;
-        if (!load_->memory.grow_to(static_cast<std::size_t>(length))) {
-            refuse(503, "too much is being received");
-            return;
-        }
-        if (request_.path == "/health" && request_.method == "GET" && !is_web_socket_) {
+        if (request_.path == "/health" && request_.method == "GET" && parser_->is_done()) {
             on_admitted({});
             return;
         }
@@ -410,7 +405,14 @@ private:
         load_->principal = principal;
         if (is_web_socket_) {
             become_web_socket();
-        } else if (parser_->is_done()) {
+            return;
+        }
+        const auto length = parser_->content_length();
+        if (length && !load_->memory.grow_to(static_cast<std::size_t>(*length))) {
+            refuse(503, "too much is being received");
+            return;
+        }
+        if (parser_->is_done()) {
             on_request();
         } else if (!parser_->get()[Field::expect].empty() && !http_1_0_ && buffer_.size() == 0) {
             static constexpr std::string_view go_on = "HTTP/1.1 100 Continue\r\n\r\n";

@@ -10,7 +10,9 @@
 #include <array>
 #include <ctime>
 #include <memory>
+#include <netinet/tcp.h>
 #include <string>
+#include <sys/socket.h>
 #include <utility>
 
 namespace catalog::service::detail {
@@ -21,17 +23,14 @@ class Refused_Connection final : public Connection
 public:
     Refused_Connection(std::shared_ptr<Core> core, Transport transport, std::string peer) :
         Connection(std::move(core), std::move(transport), std::move(peer)), deadline_(executor())
-    {
-        ++core_->refusals_under_way;
-    }
-    ~Refused_Connection() override { --core_->refusals_under_way; }
+    {}
 
-    void start(std::string text)
+    void start(const std::string& text)
     {
         if (finished_) {
             return;
         }
-        text_ = std::move(text);
+        text_ = text;
         deadline_.set(core_->options.close_timeout, [self = self()] { self->cut(); });
         net::async_write(transport_, net::buffer(text_), [self = self()](error_code error, std::size_t) {
             if (!error && !self->finished_) {
@@ -159,13 +158,19 @@ private:
             return; // gone already
         }
         socket.set_option(tcp::no_delay(true), error); // without it all works, only later
+        // What the peer has not taken is to stay with us, where it counts, and not in the system's buffers.
+        const int most_unsent = 256 << 10U;
+        ::setsockopt(socket.native_handle(), IPPROTO_TCP, TCP_NOTSENT_LOWAT, &most_unsent, sizeof most_unsent);
         std::string peer = name_of(remote.address());
-        if (core_->count() - core_->refusals_under_way >= core_->options.connections) {
+        if (core_->count() >= core_->options.connections) {
             refuse(std::move(socket), std::move(peer));
             return;
         }
-        begin(std::make_shared<Http_Connection>(
-            core_, Transport(std::move(socket), core_->tls ? &*core_->tls : nullptr), std::move(peer)));
+        const auto connection = std::make_shared<Http_Connection>(
+            core_, Transport(std::move(socket), core_->tls ? &*core_->tls : nullptr), std::move(peer));
+        if (core_->add(connection)) {
+            net::post(connection->executor(), [connection] { connection->start(); });
+        }
     }
 
     static std::string name_of(const net::ip::address& address)
@@ -181,22 +186,19 @@ private:
         ++core_->refused_connections;
         log_at(LM_WARNING, "A connection of %C is refused: there are %u.\n", peer.c_str(),
                static_cast<unsigned>(core_->options.connections));
-        if (core_->tls || core_->refusals_under_way >= most_refusals_under_way) {
+        if (core_->tls || core_->refused_count() >= most_refusals_under_way) {
             return;
         }
         const Reply reply = core_->front.refusal(503, "there are too many connections");
         Reply head = {503, reply.content_type, reply.headers};
         complete_headers(head);
-        begin(std::make_shared<Refused_Connection>(core_, Transport(std::move(socket), nullptr), std::move(peer)),
-              reply_head(head, "Service Unavailable", Framing::LENGTH, reply.body.size(), false, std::time(nullptr))
-                  + reply.body);
-    }
-
-    template <class Kind, class... Arguments>
-    void begin(const std::shared_ptr<Kind>& connection, Arguments... arguments)
-    {
-        if (core_->add(connection)) {
-            net::post(connection->executor(), [connection, arguments...] { connection->start(arguments...); });
+        std::string text =
+            reply_head(head, "Service Unavailable", Framing::LENGTH, reply.body.size(), false, std::time(nullptr))
+            + reply.body;
+        const auto connection =
+            std::make_shared<Refused_Connection>(core_, Transport(std::move(socket), nullptr), std::move(peer));
+        if (core_->add_refused(connection)) {
+            net::post(connection->executor(), [connection, text = std::move(text)] { connection->start(text); });
         }
     }
 

@@ -128,11 +128,7 @@ private:
             return; // the end of closing ends it
         }
         if (error) {
-            if (error != beast::websocket::error::closed
-                && error.category() == beast::websocket::make_error_code(beast::websocket::error::closed).category())
-            {
-                core_->refused(peer_, 0, "WebSocket: " + error.message());
-            }
+            note_fault(error);
             finish();
             return;
         }
@@ -167,6 +163,15 @@ private:
         message_deadline_.clear();
         take_message();
         read();
+    }
+
+    /// The stream has closed itself on what the peer sent, or the connection has gone.
+    void note_fault(error_code error)
+    {
+        if (error == beast::websocket::condition::protocol_violation
+            || error == beast::websocket::error::message_too_big) {
+            core_->closed(peer_, error.message());
+        }
     }
 
     void take_message()
@@ -344,7 +349,7 @@ private:
         }
         closing_ = true;
         if (code != Close_Code::going_away) {
-            core_->refused(peer_, 0, std::string("WebSocket: ") + reason);
+            core_->closed(peer_, reason);
         }
         message_deadline_.clear();
         ping_deadline_.clear();
