@@ -1,9 +1,9 @@
 // Connections to a catalog database: SQLite and PostgreSQL behind one interface.
 //
 // A connection belongs to one thread at a time. Operations return false on failure: the reason has been logged once, at
-// LM_ERROR, and is kept in `last_error` until the next operation; values are never part of it. While a query runs, its
-// handler and its printer may only start further queries. An exception that they throw passes through and leaves the
-// connection usable.
+// LM_ERROR (but see `Expected_Constraint`), and is kept in `last_error` until the next operation; values are never part of
+// it. While a query runs, its handler and its printer may only start further queries. An exception that they throw passes
+// through and leaves the connection usable.
 //
 // A connection to a server that is lost (CONNECTION_LOST) is made anew by the next operation outside of a transaction; an
 // open transaction has to be rolled back first. A SQLite file that was removed or replaced must be opened anew. On
@@ -96,7 +96,32 @@ public:
 
 protected:
     std::chrono::milliseconds time_limit_{0};
+    /// True inside of an `Expected_Constraint`.
+    bool is_constraint_expected() const { return constraint_expected_ > 0; }
+
     Database_Error last_error_;
+
+private:
+    friend class Expected_Constraint;
+
+    int constraint_expected_ = 0;
+};
+
+/// For a scope, a CONSTRAINT failure is an outcome that the caller treats: `last_error` keeps it as ever, but it is logged
+/// at LM_DEBUG.
+class BACKUP_PLATFORM_EXPORT Expected_Constraint
+{
+public:
+    explicit Expected_Constraint(Database_Connection& connection) : connection_(connection)
+    {
+        ++connection_.constraint_expected_;
+    }
+    Expected_Constraint(const Expected_Constraint&) = delete;
+    Expected_Constraint& operator=(const Expected_Constraint&) = delete;
+    ~Expected_Constraint() { --connection_.constraint_expected_; }
+
+private:
+    Database_Connection& connection_;
 };
 
 /// A transaction for a scope: rolled back at its end unless committed.

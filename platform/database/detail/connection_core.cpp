@@ -26,7 +26,8 @@ bool Connection_Core::report(Database_Error error, Source_Location where)
         error.message, [](char c) { return static_cast<unsigned char>(c) < ' '; }, ' ');
     error.message.erase(error.message.find_last_not_of(' ') + 1);
     last_error_ = std::move(error);
-    log_at(LM_ERROR, Log_Format("Database: %C\n", where), last_error_.text().c_str());
+    const bool is_expected = last_error_.kind == Database_Error::CONSTRAINT && is_constraint_expected();
+    log_at(is_expected ? LM_DEBUG : LM_ERROR, Log_Format("Database: %C\n", where), last_error_.text().c_str());
     return false;
 }
 

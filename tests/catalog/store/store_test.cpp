@@ -100,6 +100,7 @@ TEST_P(Store_Test, the_same_content_again_is_already_there)
     EXPECT_FALSE(again.error) << again.error.message;
     EXPECT_EQ(again.outcome, Record_Outcome::ALREADY_THERE);
     EXPECT_EQ(again.uuid, uuid(1));
+    EXPECT_EQ(log.count(LM_ERROR), 0u) << log.text();
     EXPECT_EQ(count("backup_set"), 1);
     EXPECT_EQ(count("backup_piece"), 1);
     EXPECT_EQ(count("backup_set_storage"), 1);

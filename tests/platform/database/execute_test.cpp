@@ -274,3 +274,26 @@ TEST_P(Execute, script_that_ends_the_open_transaction_ends_it_for_all)
     }
     EXPECT_EQ(count(), "{0.n=i:1}");
 }
+
+TEST_P(Execute, constraint_that_the_caller_expects_is_no_logged_error)
+{
+    make_table();
+    script("CREATE UNIQUE INDEX only_once ON t (b)");
+    const Insert_SQL twice = Insert_SQL("t", {"a", "b"}).row({1, "x"}).row({2, "x"});
+    {
+        const Log_Capture log;
+        const Expected_Constraint expected(connection());
+        {
+            const Expected_Constraint inner(connection());
+        }
+        EXPECT_FALSE(connection().execute(twice));
+        EXPECT_EQ(connection().last_error().kind, Database_Error::CONSTRAINT);
+        EXPECT_FALSE(connection().last_error().message.empty());
+        EXPECT_EQ(log.count(LM_ERROR, ""), 0u) << log.text();
+        EXPECT_FALSE(connection().execute(SQL("INSERT INTO nowhere VALUES (1)")));
+        EXPECT_EQ(log.count(LM_ERROR, ""), 1u) << "any other failure is one: " << log.text();
+    }
+    const Log_Capture log;
+    EXPECT_FALSE(connection().execute(twice));
+    EXPECT_EQ(log.count(LM_ERROR, ""), 1u) << log.text();
+}
