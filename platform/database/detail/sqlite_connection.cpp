@@ -21,6 +21,11 @@ namespace {
 constexpr std::size_t kept_statements = 128;
 constexpr int usual_busy_timeout_ms = 5000;
 
+bool is_no_space(int system_errno)
+{
+    return system_errno == ENOSPC || system_errno == EDQUOT || system_errno == EFBIG;
+}
+
 Database_Error::Kind error_kind(int extended_code, int system_errno)
 {
     switch (extended_code) {
@@ -50,8 +55,7 @@ Database_Error::Kind error_kind(int extended_code, int system_errno)
     case SQLITE_FULL:
         return Database_Error::FULL;
     case SQLITE_IOERR:
-        return system_errno == ENOSPC || system_errno == EDQUOT || system_errno == EFBIG ? Database_Error::FULL
-                                                                                         : Database_Error::OTHER;
+        return is_no_space(system_errno) ? Database_Error::FULL : Database_Error::OTHER;
     case SQLITE_READONLY:
         return Database_Error::READ_ONLY;
     case SQLITE_CORRUPT:
@@ -162,7 +166,7 @@ private:
     void make_plan(Prepared& prepared, const Column_Sink& sink, std::uint64_t handler_id);
     bool print_row(Prepared& prepared, const Column_Sink& sink, std::size_t columns);
     bool print_column(sqlite3_stmt* handle, int index, Kind kind, const Column& column, const Column_Sink& sink);
-    bool print_by_value(sqlite3_stmt* handle, int index, int type, const Column& column, const Column_Sink& sink);
+    bool print_by_value(sqlite3_value* value, int index, const Column& column, const Column_Sink& sink);
 
     sqlite3* db_ = nullptr;
     std::unordered_multimap<std::size_t, Prepared> statements_; ///< by the hash of their text
@@ -172,10 +176,11 @@ private:
 
 bool SQLite_Connection::report_engine(const std::string& statement, Source_Location where)
 {
+    const int call_errno = errno; // SQLite does not keep that of a commit
+    const int system_errno = is_no_space(call_errno) ? call_errno : sqlite3_system_errno(db_);
     const int code = sqlite3_extended_errcode(db_);
     return report(
-        Database_Error{
-            error_kind(code, sqlite3_system_errno(db_)), std::to_string(code), sqlite3_errmsg(db_), statement, {}},
+        Database_Error{error_kind(code, system_errno), std::to_string(code), sqlite3_errmsg(db_), statement, {}},
         where);
 }
 
@@ -537,59 +542,61 @@ bool SQLite_Connection::print_row(Prepared& prepared, const Column_Sink& sink, s
     return true;
 }
 
-const char* text_of(sqlite3_stmt* handle, int index)
+const char* text_of(sqlite3_value* value)
 {
-    const auto* const text = reinterpret_cast<const char*>(sqlite3_column_text(handle, index));
+    const auto* const text = reinterpret_cast<const char*>(sqlite3_value_text(value));
     if (text == nullptr) {
         throw std::bad_alloc(); // of a value that is not NULL
     }
     return text;
 }
 
-std::size_t length_of(sqlite3_stmt* handle, int index)
+std::size_t length_of(sqlite3_value* value)
 {
-    return static_cast<std::size_t>(sqlite3_column_bytes(handle, index));
+    return static_cast<std::size_t>(sqlite3_value_bytes(value));
 }
 
 bool SQLite_Connection::print_column(sqlite3_stmt* handle, int index, Kind kind, const Column& column,
                                      const Column_Sink& sink)
 {
-    const int type = sqlite3_column_type(handle, index);
+    // Each question to the statement would look the column up anew. The value is "unprotected": asking it directly is
+    // safe as long as no other thread uses the connection, which has no mutex and belongs to this thread.
+    sqlite3_value* const value = sqlite3_column_value(handle, index);
+    const int type = sqlite3_value_type(value);
     if (type == SQLITE_NULL) {
         return sink.null(index, column);
     }
     switch (kind) {
     case Kind::TEXT:
         if (type == SQLITE_TEXT) {
-            const char* const text = text_of(handle, index);
-            return sink.text(index, column, text, length_of(handle, index));
+            const char* const text = text_of(value);
+            return sink.text(index, column, text, length_of(value));
         }
         break;
     case Kind::INTEGER:
         if (type == SQLITE_INTEGER) {
-            return sink.integer(index, column, sqlite3_column_int64(handle, index));
+            return sink.integer(index, column, sqlite3_value_int64(value));
         }
         break;
     case Kind::UNSIGNED:
         if (type == SQLITE_INTEGER) {
-            return sink.unsigned_integer(index, column,
-                                         static_cast<std::uint64_t>(sqlite3_column_int64(handle, index)));
+            return sink.unsigned_integer(index, column, static_cast<std::uint64_t>(sqlite3_value_int64(value)));
         }
         break;
     case Kind::BOOLEAN:
         if (type == SQLITE_INTEGER) {
-            return sink.boolean(index, column, sqlite3_column_int64(handle, index) != 0);
+            return sink.boolean(index, column, sqlite3_value_int64(value) != 0);
         }
         break;
     case Kind::JSON:
         if (type != SQLITE_BLOB) { // a number is JSON too
-            const char* const text = text_of(handle, index);
-            return sink.json(index, column, text, length_of(handle, index));
+            const char* const text = text_of(value);
+            return sink.json(index, column, text, length_of(value));
         }
         break;
     case Kind::UUID:
-        if (type == SQLITE_BLOB && length_of(handle, index) == std::tuple_size_v<UUID_Bytes>) {
-            return sink.uuid(index, column, static_cast<const unsigned char*>(sqlite3_column_blob(handle, index)));
+        if (type == SQLITE_BLOB && length_of(value) == std::tuple_size_v<UUID_Bytes>) {
+            return sink.uuid(index, column, static_cast<const unsigned char*>(sqlite3_value_blob(value)));
         }
         break;
     case Kind::BYTES:
@@ -597,25 +604,24 @@ bool SQLite_Connection::print_column(sqlite3_stmt* handle, int index, Kind kind,
     case Kind::BY_VALUE:
         break;
     }
-    return print_by_value(handle, index, type, column, sink);
+    return print_by_value(value, index, column, sink);
 }
 
-bool SQLite_Connection::print_by_value(sqlite3_stmt* handle, int index, int type, const Column& column,
-                                       const Column_Sink& sink)
+bool SQLite_Connection::print_by_value(sqlite3_value* value, int index, const Column& column, const Column_Sink& sink)
 {
-    switch (type) {
+    switch (sqlite3_value_type(value)) {
     case SQLITE_INTEGER:
-        return sink.integer(index, column, sqlite3_column_int64(handle, index));
+        return sink.integer(index, column, sqlite3_value_int64(value));
     case SQLITE_FLOAT:
-        return sink.real(index, column, sqlite3_column_double(handle, index));
+        return sink.real(index, column, sqlite3_value_double(value));
     case SQLITE_BLOB: {
-        const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(handle, index));
-        const std::string with_nul(bytes != nullptr ? bytes : "", length_of(handle, index));
+        const auto* const bytes = static_cast<const char*>(sqlite3_value_blob(value));
+        const std::string with_nul(bytes != nullptr ? bytes : "", length_of(value));
         return sink.bytes(index, column, with_nul.c_str(), with_nul.size());
     }
     default: {
-        const char* const text = text_of(handle, index);
-        return sink.text(index, column, text, length_of(handle, index));
+        const char* const text = text_of(value);
+        return sink.text(index, column, text, length_of(value));
     }
     }
 }

@@ -324,6 +324,22 @@ TEST_F(SQLite, full_disk_says_so_and_keeps_what_it_had)
     EXPECT_EQ(value("SELECT count(*) AS n FROM t"), "0.n=i:110");
 }
 
+TEST_F(SQLite, full_disk_says_so_wherever_the_write_fails)
+{
+    make_table();
+    for (const rlim_t limit_bytes : {100'000u, 100'001u, 102'400u, 131'072u, 131'096u, 133'333u, 200'000u}) {
+        for (const std::size_t text_bytes : {10u, 5'000u, 60'000u, 5'000'000u}) {
+            const File_Size_Limit limit(limit_bytes);
+            const Insert_SQL insert = Insert_SQL("t", {"b"}).row({std::string(text_bytes, 'x')});
+            const Log_Capture log;
+            for (int i = 0; i < 200 && connection().execute(insert); ++i) {
+            }
+            EXPECT_EQ(connection().last_error().kind, Database_Error::FULL)
+                << limit_bytes << ' ' << text_bytes << ": " << connection().last_error().text();
+        }
+    }
+}
+
 TEST_F(SQLite, value_that_does_not_fit_its_declared_type_follows_its_own)
 {
     script(
