@@ -102,6 +102,38 @@ inline bool convert(json_spirit::Array& member, const json_spirit::Value& value)
     return array != nullptr;
 }
 
+inline bool convert(json_spirit::Object& member, json_spirit::Value&& value)
+{
+    json_spirit::Object* object = value.if_obj();
+    if (object != nullptr) {
+        member = std::move(*object);
+    }
+    return object != nullptr;
+}
+
+inline bool convert(json_spirit::Array& member, json_spirit::Value&& value)
+{
+    json_spirit::Array* array = value.if_array();
+    if (array != nullptr) {
+        member = std::move(*array);
+    }
+    return array != nullptr;
+}
+
+template <class Record, class Member, class... Value>
+bool convert_into(Record&, Member& member, Value... value)
+{
+    return convert(member, value...);
+}
+
+/// What the record has parsed itself for this callback is moved from.
+template <class Record, class Member>
+bool convert_into(Record& record, Member& member, const json_spirit::Value& value)
+{
+    json_spirit::Value* const own = record.own_json(value);
+    return own != nullptr ? convert(member, std::move(*own)) : convert(member, value);
+}
+
 /// One row of a table: a key and how its value is stored. `Value` is what the callback hands over.
 template <class Record, class... Value>
 struct Row
@@ -112,7 +144,7 @@ struct Row
     template <std::size_t N, auto Member>
     consteval Row(const char (&name)[N], Into<Member>) :
         key(name), length(N - 1),
-        store([](Record& record, Value... value) { return convert(record.*Member, value...); })
+        store([](Record& record, Value... value) { return convert_into(record, record.*Member, value...); })
     {}
 
     template <std::size_t N, auto Member>
@@ -132,10 +164,43 @@ struct Row
     Store store;
 };
 
-/// Mixes a key's length, its first and its last bytes. `seed` is found so that no two keys of a table meet.
-constexpr std::uint64_t hash_key(const char* key, std::size_t length, std::uint64_t seed)
+/// What tells a key from others: its length, its first and its last bytes, which together are all of it up to 16 bytes.
+struct Key_Digest
 {
-    const auto load = [](const char* from, std::size_t count) {
+    std::uint64_t first = 0;
+    std::uint64_t last = 0;
+    std::uint64_t length = 0;
+
+    constexpr Key_Digest() = default;
+    constexpr Key_Digest(const char* key, std::size_t bytes) : length(bytes)
+    {
+        if (bytes >= 8) {
+            first = load(key, 8);
+            last = load(key + bytes - 8, 8);
+        } else if (bytes >= 4) {
+            first = load(key, 4);
+            last = load(key + bytes - 4, 4);
+        } else if (bytes > 0) {
+            first = load(key, 1);
+            last = load(key + bytes / 2, 1) << 8 | load(key + bytes - 1, 1);
+        }
+    }
+
+    friend constexpr bool operator==(const Key_Digest&, const Key_Digest&) = default;
+
+    /// `seed` is found so that no two keys of a table meet.
+    constexpr std::uint64_t hash(std::uint64_t seed) const
+    {
+        std::uint64_t mixed = (first ^ seed) * 0x9e3779b97f4a7c15u;
+        mixed ^= mixed >> 32;
+        mixed += last * 0xc2b2ae3d27d4eb4fu;
+        mixed ^= mixed >> 32;
+        return (mixed + length) * 0x9e3779b97f4a7c15u >> 32; // the upper half depends on every byte
+    }
+
+private:
+    static constexpr std::uint64_t load(const char* from, std::size_t count)
+    {
         std::uint64_t bytes = 0;
         if (std::is_constant_evaluated()) {
             for (std::size_t i = count; i-- > 0;) {
@@ -145,27 +210,10 @@ constexpr std::uint64_t hash_key(const char* key, std::size_t length, std::uint6
             std::memcpy(&bytes, from, count);
         }
         return bytes;
-    };
-    std::uint64_t first = 0;
-    std::uint64_t last = 0;
-    if (length >= 8) {
-        first = load(key, 8);
-        last = load(key + length - 8, 8);
-    } else if (length >= 4) {
-        first = load(key, 4);
-        last = load(key + length - 4, 4);
-    } else if (length > 0) {
-        first = load(key, 1);
-        last = load(key + length / 2, 1) << 8 | load(key + length - 1, 1);
     }
-    std::uint64_t hash = (first ^ seed) * 0x9e3779b97f4a7c15u;
-    hash ^= hash >> 32;
-    hash += last * 0xc2b2ae3d27d4eb4fu;
-    hash ^= hash >> 32;
-    return (hash + length) * 0x9e3779b97f4a7c15u >> 32; // the upper half depends on every byte
-}
+};
 
-static_assert(std::endian::native == std::endian::little, "hash_key loads bytes in this order at compile time");
+static_assert(std::endian::native == std::endian::little, "Key_Digest loads bytes in this order at compile time");
 
 /// The first two steps that every callback starts with: false for a key that is null or empty (logged at LM_EMERGENCY
 /// with the place of the callback), true for a value nested inside an array; nothing when the key is to be looked up.
@@ -196,10 +244,11 @@ public:
     /// Only the last step: stores the value when the key is one of these and takes it.
     bool store(Record& record, const char* key, Value... value) const
     {
-        const std::size_t length = std::strlen(key);
-        const unsigned char slot = slots_[hash_key(key, length, seed_) % slots_.size()];
+        const Key_Digest digest(key, std::strlen(key));
+        const unsigned char slot = slots_[digest.hash(seed_) % slots_.size()];
         const Row_Type& row = rows_[slot];
-        return row.length == length && std::memcmp(row.key, key, length) == 0 && row.store(record, value...);
+        return digests_[slot] == digest && (digest.length <= 16 || std::strcmp(row.key, key) == 0)
+               && row.store(record, value...);
     }
 
     const std::array<Row_Type, N>& rows() const { return rows_; }
@@ -219,6 +268,7 @@ private:
     {
         static_assert(N < 256);
         for (std::size_t i = 0; i < N; ++i) {
+            digests_[i] = Key_Digest(rows_[i].key, rows_[i].length);
             for (std::size_t j = 0; j < i; ++j) {
                 if (std::string_view(rows_[i].key) == rows_[j].key) {
                     throw "a key stands twice in a column table";
@@ -237,7 +287,7 @@ private:
         slots_.fill(0); // an empty slot points at the first row, whose key then does not match
         std::array<bool, slot_count()> taken{};
         for (std::size_t i = 0; i < N; ++i) {
-            const std::size_t slot = hash_key(rows_[i].key, rows_[i].length, seed_) % slots_.size();
+            const std::size_t slot = digests_[i].hash(seed_) % slots_.size();
             if (taken[slot]) {
                 return false;
             }
@@ -248,6 +298,7 @@ private:
     }
 
     std::array<Row_Type, N> rows_;
+    std::array<Key_Digest, N> digests_{};
     std::array<unsigned char, slot_count()> slots_{};
     std::uint64_t seed_ = 0;
 };

@@ -10,12 +10,13 @@
 
 namespace database::sql {
 
-/// Makes a fresh `Record` per row, lets it take the row, and hands it to `take`, which returns false to stop.
-template <class Record, class Take>
+/// Lets a fresh `Record` take each row. `Place` says where the records stand: `make()` makes the next one and gives its
+/// address, `finish()` comes when it has taken its row and returns false to stop.
+template <class Record, class Place>
 class Record_Printer final : public Query_Result_Printer
 {
 public:
-    explicit Record_Printer(Take& take) : take_(take) {}
+    explicit Record_Printer(Place& place) : place_(place) {}
 
     bool print_cstr(int index, const char* key, const char* value, std::size_t length) override
     {
@@ -54,16 +55,45 @@ public:
     bool begin_row() override
     {
         if (depth_++ == 0) {
-            record_.emplace();
+            record_ = place_.make();
         }
         return true;
     }
-    bool end_row() override { return --depth_ == 0 ? take_(std::move(*record_)) : true; }
+    bool end_row() override { return --depth_ == 0 ? place_.finish() : true; }
+
+private:
+    Place& place_;
+    Record* record_ = nullptr;
+    int depth_ = 0;
+};
+
+/// One record at a time, handed to `take`.
+template <class Record, class Take>
+class Passing_Records
+{
+public:
+    explicit Passing_Records(Take& take) : take_(take) {}
+
+    Record* make() { return &record_.emplace(); }
+    bool finish() { return take_(std::move(*record_)); }
 
 private:
     Take& take_;
     std::optional<Record> record_;
-    int depth_ = 0;
+};
+
+/// All records, made where they stay.
+template <class Record>
+class Kept_Records
+{
+public:
+    explicit Kept_Records(std::vector<Record>& records) : records_(records) {}
+
+    Record* make() { return &records_.emplace_back(); }
+    bool finish() { return true; }
+
+private:
+    std::vector<Record>& records_;
 };
 
 } // namespace database::sql
@@ -74,7 +104,8 @@ template <class Record, class Take>
 bool for_each_record(Database_Connection& connection, const Select_SQL& sql, Take take,
                      database::sql::Query_Result_Handler* handler = nullptr)
 {
-    database::sql::Record_Printer<Record, Take> printer(take);
+    database::sql::Passing_Records<Record, Take> place(take);
+    database::sql::Record_Printer<Record, decltype(place)> printer(place);
     return connection.query_and_print(sql, printer, GM_ORM_ROWS, handler);
 }
 
@@ -84,11 +115,9 @@ std::vector<Record> load_records(Database_Connection& connection, const Select_S
                                  database::sql::Query_Result_Handler* handler = nullptr)
 {
     std::vector<Record> records;
-    const auto take = [&records](Record&& record) {
-        records.push_back(std::move(record));
-        return true;
-    };
-    if (!for_each_record<Record>(connection, sql, take, handler)) {
+    database::sql::Kept_Records<Record> place(records);
+    database::sql::Record_Printer<Record, decltype(place)> printer(place);
+    if (!connection.query_and_print(sql, printer, GM_ORM_ROWS, handler)) {
         records.clear();
     }
     return records;

@@ -2,6 +2,8 @@
 
 #include "platform/text/log.h"
 
+#include <utility>
+
 namespace database::sql {
 
 bool Query_Result_Printer::print_real(int index, const char* key, double value)
@@ -14,10 +16,16 @@ bool Query_Result_Printer::print_json_text(int index, const char* key, const cha
     json_spirit::Value value;
     std::string error;
     if (!json_spirit::read({text, length}, value, &error)) {
-        log_at(LM_ERROR, "Column '%C' does not hold valid JSON: %C.\n", key, error.c_str());
-        return print_cstr(index, key, text, length);
+        return print_malformed_json(index, key, text, length, error);
     }
     return print_json(index, key, value);
+}
+
+bool Query_Result_Printer::print_malformed_json(int index, const char* key, const char* text, std::size_t length,
+                                                const std::string& error)
+{
+    log_at(LM_ERROR, "Column '%C' does not hold valid JSON: %C.\n", key, error.c_str());
+    return print_cstr(index, key, text, length);
 }
 
 bool Query_Result_Printer::begin_row()
@@ -69,6 +77,30 @@ bool Query_Result_Token_Printer::print_json(int, const char*, const json_spirit:
 bool Query_Result_Token_Printer::print_null(int, const char*)
 {
     return true;
+}
+
+bool Query_Result_Token_Printer::print_json_text(int index, const char* key, const char* text, std::size_t length)
+{
+    class Scope
+    {
+    public:
+        Scope(json_spirit::Value*& own, json_spirit::Value& value) : own_(own), outer_(std::exchange(own, &value)) {}
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+        ~Scope() { own_ = outer_; }
+
+    private:
+        json_spirit::Value*& own_;
+        json_spirit::Value* outer_;
+    };
+
+    json_spirit::Value value;
+    std::string error;
+    if (!json_spirit::read({text, length}, value, &error)) {
+        return print_malformed_json(index, key, text, length, error);
+    }
+    const Scope scope(own_json_.value, value);
+    return print_json(index, key, value);
 }
 
 bool Query_Result_Token_Printer::begin_array(int, const char* key)

@@ -41,6 +41,11 @@ public:
     /// A nested array under `key`; its elements follow as rows or as single values.
     virtual bool begin_array(int index, const char* key) = 0;
     virtual bool end_array() = 0;
+
+protected:
+    /// What `print_json_text` does with a text that does not parse.
+    bool print_malformed_json(int index, const char* key, const char* text, std::size_t length,
+                              const std::string& error);
 };
 
 /// Opens an array of a printer and closes it at the end of the scope.
@@ -71,6 +76,9 @@ public:
     bool print_json(int index, const char* key, const json_spirit::Value& value) override;
     bool print_null(int index, const char* key) override;
 
+    /// As the base, and what was parsed is this printer's own while `print_json` runs.
+    bool print_json_text(int index, const char* key, const char* text, std::size_t length) override;
+
     bool begin_array(int index, const char* key) override; ///< pushes the key
     bool end_array() override;                             ///< pops it; false when no array is open
 
@@ -80,8 +88,26 @@ public:
     /// The innermost open key, or the empty text.
     const std::string& token() const;
 
+    /// For `print_json`: its value to move from when this printer has parsed it for this call, null when it is somebody
+    /// else's. Who moves from it must be the last to look at it.
+    json_spirit::Value* own_json(const json_spirit::Value& value) const
+    {
+        return &value == own_json_.value ? own_json_.value : nullptr;
+    }
+
 private:
+    /// Of the printer that parsed it: a copy of the printer has none.
+    struct Own_JSON
+    {
+        Own_JSON() = default;
+        Own_JSON(const Own_JSON&) noexcept {}
+        Own_JSON& operator=(const Own_JSON&) noexcept { return *this; }
+
+        json_spirit::Value* value = nullptr;
+    };
+
     std::vector<std::string> tokens_;
+    Own_JSON own_json_;
 };
 
 } // namespace database::sql

@@ -378,6 +378,77 @@ TEST(Column_Intake, json_of_another_kind_is_left_to_the_caller)
     EXPECT_EQ(Value(taker.array), Value(Array{"initial"}));
 }
 
+TEST(Column_Intake, json_that_the_record_has_parsed_itself_goes_in_without_a_copy)
+{
+    struct Parsing_Taker final : Taker
+    {
+        bool print_json(int, const char* key, const json_spirit::Value& value) override
+        {
+            const json_spirit::Value* const first =
+                value.if_obj() != nullptr ? &value.get_obj().begin()->second : value.get_array().data();
+            const bool done = json_intake.take(*this, key, value).value_or(false);
+            went_in_as_it_is = done && (first == &object.begin()->second || first == array.data());
+            return done;
+        }
+        bool went_in_as_it_is = false;
+    } taker;
+    const std::string object = R"({"a": {"b": [1, 2]}, "c": "a text that is long enough to stand on the heap"})";
+    EXPECT_TRUE(taker.print_json_text(0, "object", object.c_str(), object.size()));
+    EXPECT_TRUE(taker.went_in_as_it_is);
+    EXPECT_EQ(taker.object.size(), 2u);
+    EXPECT_EQ(taker.object.at("a").get_obj().at("b").get_array()[1].get_int(), 2);
+    EXPECT_TRUE(taker.print_json_text(0, "array", "[1, 2]", 6));
+    EXPECT_TRUE(taker.went_in_as_it_is);
+    EXPECT_EQ(taker.array.size(), 2u);
+}
+
+TEST(Column_Intake, json_of_somebody_else_is_copied)
+{
+    const json_spirit::Value object(json_spirit::Object{{"a", 1}});
+    const json_spirit::Value array(json_spirit::Array{"x", "y"});
+    Taker taker;
+    Taker other;
+    EXPECT_EQ(json_intake.take(taker, "object", object), true);
+    EXPECT_EQ(json_intake.take(other, "object", object), true);
+    EXPECT_EQ(json_intake.take(taker, "array", array), true);
+    EXPECT_EQ(json_intake.take(other, "array", array), true);
+    EXPECT_EQ(object.get_obj().size(), 1u);
+    EXPECT_EQ(array.get_array().size(), 2u);
+    EXPECT_EQ(taker.object, other.object);
+    EXPECT_EQ(taker.array, other.array);
+    EXPECT_EQ(other.array, array.get_array());
+}
+
+TEST(Column_Intake, json_that_a_record_hands_to_others_reaches_all_of_them)
+{
+    struct Handing_Taker final : Taker
+    {
+        bool print_json(int, const char* key, const json_spirit::Value& value) override
+        {
+            return json_intake.take(first, key, value) && json_intake.take(second, key, value);
+        }
+        Taker first;
+        Taker second;
+    } taker;
+    EXPECT_TRUE(taker.print_json_text(0, "object", R"({"a": 1})", 8));
+    EXPECT_EQ(taker.first.object, (json_spirit::Object{{"a", 1}}));
+    EXPECT_EQ(taker.second.object, taker.first.object);
+}
+
+TEST(Column_Intake, json_of_another_kind_is_whole_for_the_fall_back)
+{
+    struct Falling_Taker final : Taker
+    {
+        bool print_json(int, const char* key, const json_spirit::Value& value) override
+        {
+            return json_intake.take(*this, key, value).value_or(value == json_spirit::Value(json_spirit::Array{1, 2}));
+        }
+    } taker;
+    EXPECT_TRUE(taker.print_json_text(0, "object", "[1, 2]", 6));
+    EXPECT_TRUE(taker.print_json_text(0, "unknown", "[1, 2]", 6));
+    EXPECT_EQ(taker.object.count("initial"), 1u);
+}
+
 TEST(Column_Intake, function_of_a_row_decides_whether_the_value_is_taken)
 {
     Taker taker;
@@ -455,11 +526,11 @@ TEST(Column_Intake, key_is_checked_by_itself_for_callbacks_without_a_table)
 
 TEST(Column_Intake, hash_is_the_same_at_compile_time_and_at_run_time)
 {
-    constexpr std::uint64_t of_one = hash_key("a", 1, 7);
-    constexpr std::uint64_t of_three = hash_key("seq", 3, 7);
-    constexpr std::uint64_t of_seven = hash_key("1234567", 7, 7);
-    constexpr std::uint64_t of_twelve = hash_key("sequence_no2", 12, 7);
-    const auto at_run_time = [](const std::string& key) { return hash_key(key.c_str(), key.size(), 7); };
+    constexpr std::uint64_t of_one = Key_Digest("a", 1).hash(7);
+    constexpr std::uint64_t of_three = Key_Digest("seq", 3).hash(7);
+    constexpr std::uint64_t of_seven = Key_Digest("1234567", 7).hash(7);
+    constexpr std::uint64_t of_twelve = Key_Digest("sequence_no2", 12).hash(7);
+    const auto at_run_time = [](const std::string& key) { return Key_Digest(key.c_str(), key.size()).hash(7); };
     EXPECT_EQ(at_run_time("a"), of_one);
     EXPECT_EQ(at_run_time("seq"), of_three);
     EXPECT_EQ(at_run_time("1234567"), of_seven);

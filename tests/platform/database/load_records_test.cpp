@@ -63,6 +63,40 @@ TEST_P(Load_Records, each_row_becomes_a_record)
     }
 }
 
+TEST_P(Load_Records, record_that_is_neither_copied_nor_assigned_is_loaded)
+{
+    struct Moving_Item : Item
+    {
+        Moving_Item() = default;
+        Moving_Item(Moving_Item&&) = default;
+        Moving_Item& operator=(Moving_Item&&) = delete;
+    };
+    make_table();
+    add_rows(20);
+    const std::vector<Moving_Item> items = load_records<Moving_Item>(connection(), all());
+    ASSERT_EQ(items.size(), 20u);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        EXPECT_EQ(items[i].b, std::to_string(i + 1));
+    }
+}
+
+TEST_P(Load_Records, array_that_stays_open_does_not_reach_the_next_record)
+{
+    struct Opening_Item : Item
+    {
+        bool print_int(int index, const char* key, ACE_INT64 value) override
+        {
+            return Item::print_int(index, key, value) && (value != 1 || begin_array(index, "open"));
+        }
+    };
+    make_table();
+    add_rows(2);
+    const std::vector<Opening_Item> items = load_records<Opening_Item>(connection(), all());
+    ASSERT_EQ(items.size(), 2u);
+    EXPECT_EQ(items[0].nested, std::vector<std::string>{"1"});
+    EXPECT_EQ(items[1].b, "2");
+}
+
 TEST_P(Load_Records, null_leaves_the_initial_value)
 {
     make_table();

@@ -172,3 +172,88 @@ TEST(Query_Result_Token_Printer, takes_everything_else_without_storing)
     EXPECT_TRUE(printer.print_real(0, "k", 1));
     EXPECT_TRUE(printer.print_null(0, "k"));
 }
+
+namespace {
+
+/// Notes whether the values of its JSON callback are its own.
+class Owning_Printer : public Query_Result_Token_Printer
+{
+public:
+    bool print_json(int index, const char*, const Value& value) override
+    {
+        own.push_back(own_json(value) == &value);
+        copy_has_one = Owning_Printer(*this).own_json(value) != nullptr;
+        Owning_Printer assigned;
+        assigned = *this;
+        copy_has_one = copy_has_one || assigned.own_json(value) != nullptr;
+        if (index > 0) {
+            print_json_text(index - 1, "inner", "[]", 2);
+            own.push_back(own_json(value) == &value);
+        }
+        if (thrown) {
+            last = &value;
+            throw 1;
+        }
+        return result;
+    }
+
+    bool result = true;
+    bool thrown = false;
+    bool copy_has_one = false;
+    const Value* last = nullptr;
+    std::vector<bool> own;
+};
+
+} // namespace
+
+TEST(Query_Result_Token_Printer, json_that_it_has_parsed_is_its_own)
+{
+    Owning_Printer printer;
+    EXPECT_TRUE(printer.print_json_text(0, "j", "[1]", 3));
+    EXPECT_EQ(printer.own, std::vector<bool>{true});
+    EXPECT_FALSE(printer.copy_has_one);
+    printer.result = false;
+    EXPECT_FALSE(printer.print_json_text(0, "j", "[1]", 3));
+}
+
+TEST(Query_Result_Token_Printer, json_of_somebody_else_is_not_its_own)
+{
+    Owning_Printer printer;
+    EXPECT_TRUE(printer.print_json(0, "j", Value()));
+    EXPECT_TRUE(printer.print_json_text(0, "j", "[1]", 3));
+    EXPECT_TRUE(printer.print_json(0, "j", Value()));
+    EXPECT_EQ(printer.own, (std::vector<bool>{false, true, false}));
+}
+
+TEST(Query_Result_Token_Printer, json_is_its_own_again_after_another_inside)
+{
+    Owning_Printer printer;
+    EXPECT_TRUE(printer.print_json_text(2, "j", "[1]", 3));
+    EXPECT_EQ(printer.own, std::vector<bool>(5, true));
+}
+
+TEST(Query_Result_Token_Printer, nothing_is_its_own_after_an_exception)
+{
+    Owning_Printer printer;
+    printer.thrown = true;
+    EXPECT_THROW(printer.print_json_text(0, "j", "[1]", 3), int);
+    EXPECT_EQ(printer.own_json(*printer.last), nullptr);
+}
+
+TEST(Query_Result_Token_Printer, text_that_is_no_json_is_a_text_and_logged)
+{
+    class Text_Printer final : public Query_Result_Token_Printer
+    {
+    public:
+        bool print_cstr(int, const char* key, const char* value, std::size_t length) override
+        {
+            text = std::string(key) + '=' + std::string(value, length);
+            return false;
+        }
+        std::string text;
+    } printer;
+    const Log_Capture log;
+    EXPECT_FALSE(printer.print_json_text(0, "column", "{bad", 4));
+    EXPECT_EQ(printer.text, "column={bad");
+    EXPECT_EQ(log.count(LM_ERROR, "Column 'column' does not hold valid JSON"), 1u) << log.text();
+}
