@@ -50,6 +50,9 @@ std::shared_ptr<const std::string> write_message(Members members)
         gen << "jsonrpc"_key
             << "2.0";
         done = members(gen);
+        if (!done) {
+            yajl_gen_null(text.get()); // where a value is lacking, which the guard would log; the text is dropped
+        }
     }
     // Only behind a whole value yajl takes nothing more.
     if (!done || yajl_gen_null(text.get()) != yajl_gen_generation_complete) {
@@ -275,7 +278,7 @@ json_spirit::Value JSON_RPC_Object::params() const
 
 json_spirit::Value JSON_RPC_Object::take_params()
 {
-    return text_ ? params() : std::move(params_);
+    return text_ ? params() : std::exchange(params_, json_spirit::Value());
 }
 
 const std::string& JSON_RPC_Object::text() const

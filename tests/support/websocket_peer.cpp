@@ -214,7 +214,7 @@ private:
                 if (self->server_.options.on_open) {
                     self->server_.options.on_open(self);
                 }
-                self->read();
+                self->read_on();
             }
         });
     }
@@ -237,9 +237,14 @@ private:
             if (self->server_.options.on_message) {
                 self->server_.options.on_message(self, std::move(text));
             }
-            // Behind what on_message asked for.
-            self->post([](Client& client) { client.read(); });
+            self->read_on();
         });
+    }
+
+    /// Reads behind what a test's function asked for.
+    void read_on()
+    {
+        post([](Client& client) { client.read(); });
     }
 
     void write()
