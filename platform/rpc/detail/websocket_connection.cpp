@@ -112,7 +112,7 @@ public:
         }
         timer_.expires_after(seconds(std::max(endpoint_.connect_timeout_s, 1)));
         timer_.async_wait([this](error_code error) {
-            if (!error) {
+            if (!error && !open_) {
                 fail("no connection in time");
             }
         });
@@ -296,7 +296,7 @@ protected:
     void shake_hands()
     {
         websocket::stream_base::timeout times;
-        times.handshake_timeout = seconds(std::max(endpoint_.connect_timeout_s, 1));
+        times.handshake_timeout = websocket::stream_base::none(); // the timer of the line limits it
         times.idle_timeout = 2 * seconds(std::max(endpoint_.ping_interval_s, 1));
         times.keep_alive_pings = true; // after half of the idle time
         stream_.set_option(times);
