@@ -25,6 +25,9 @@ constexpr View_Parameter sets_parameters[] = {
     {"state", STATE, "only sets with a copy in this state"},
     {"since", TIME, "only sets started at this time or later"},
     {"until", TIME, "only sets started before this time"},
+    {"life", LIFE,
+     "how far the sets have come; those that are not committed have none of the other columns, and of the filters they "
+     "take `type` alone; committed ones when not given"},
     page_limit,
     after,
 };

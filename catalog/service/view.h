@@ -65,6 +65,7 @@ enum class Parameter_Kind
     COUNT, ///< 1 or more
     TYPE,  ///< a set type's id
     STATE, ///< the name of a copy's state
+    LIFE,  ///< "committed", "open", "complete", or "any"
     KEY    ///< "next" of the page before
 };
 

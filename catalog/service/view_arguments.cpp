@@ -97,6 +97,10 @@ std::string fault_of(const View_Parameter& parameter, const std::string& text)
     }
     case Parameter_Kind::TYPE:
         return find_set_type(text) != nullptr ? "" : "which is no type of set; known are: " + known_set_types();
+    case Parameter_Kind::LIFE:
+        return text == "committed" || text == "open" || text == "complete" || text == "any"
+                   ? ""
+                   : "which is none of: committed, open, complete, any";
     case Parameter_Kind::STATE: {
         ACE_UINT64 bits = 0;
         to_value(text, bits);

@@ -122,13 +122,6 @@ private:
     std::int64_t id_ = 0;
 };
 
-/// Where a copy stands in its pool.
-struct Pool_Key
-{
-    Page_Key set;
-    std::int64_t id = 0;
-};
-
 std::optional<Pool_Key> read_pool_key(std::string_view text)
 {
     const std::size_t slash = text.rfind('/');
@@ -173,22 +166,6 @@ private:
             error);
     }
 
-    static Select_SQL pool_select(const UUID_Bytes& pool, const Pool_Key* after, std::size_t rows)
-    {
-        Select_SQL sql;
-        Backup_Set_Storage::init_select_sql(sql, "s");
-        sql.add_key("s.backup_start_time", "backup_start_time");
-        sql.where("s.pool_uuid = :pool").bind(":pool", pool);
-        if (after != nullptr) {
-            sql.where("(s.backup_start_time, s.set_uuid, s.id) < (:after_time, :after_uuid, :after_id)")
-                .bind(":after_time", after->set.start_time)
-                .bind(":after_uuid", after->set.uuid)
-                .bind(":after_id", after->id);
-        }
-        sql.order_by("s.backup_start_time DESC").order_by("s.set_uuid DESC").order_by("s.id DESC").limit(rows);
-        return sql;
-    }
-
     std::string next_key() const override
     {
         std::time_t time = 0;
@@ -201,6 +178,22 @@ private:
 };
 
 } // namespace
+
+Select_SQL pool_select(const UUID_Bytes& pool, const Pool_Key* after, std::size_t rows)
+{
+    Select_SQL sql;
+    Backup_Set_Storage::init_select_sql(sql, "s");
+    sql.add_key("s.backup_start_time", "backup_start_time");
+    sql.where("s.pool_uuid = :pool").bind(":pool", pool);
+    if (after != nullptr) {
+        sql.where("(s.backup_start_time, s.set_uuid, s.id) < (:after_time, :after_uuid, :after_id)")
+            .bind(":after_time", after->set.start_time)
+            .bind(":after_uuid", after->set.uuid)
+            .bind(":after_id", after->id);
+    }
+    sql.order_by("s.backup_start_time DESC").order_by("s.set_uuid DESC").order_by("s.id DESC").limit(rows);
+    return sql;
+}
 
 Opened_View open_storages(const View_Description&, const View_Arguments& arguments, const View_Limits& limits, Error&)
 {

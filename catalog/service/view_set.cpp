@@ -187,26 +187,13 @@ public:
     std::optional<UUID_Bytes> uuid;
 };
 
-/// The newest set of a resource: by its end; of those without one, which come behind all others, by its start.
+/// The newest set of a resource: by its end. Where none has an end: by its start.
 bool find_latest(Database_Connection& connection, const UUID_Bytes& resource, const std::string& type,
                  std::optional<UUID_Bytes>& set, Error& error)
 {
-    for (const char* const ended : {"backup_end_time IS NOT NULL", "backup_end_time IS NULL"}) {
-        Select_SQL sql;
-        sql.table("backup_set")
-            .select("uuid")
-            .where("resource_uuid = :resource")
-            .where(ended)
-            .bind(":resource", resource)
-            .order_by("backup_end_time DESC")
-            .order_by("backup_start_time DESC")
-            .order_by("uuid DESC")
-            .limit(1);
-        if (!type.empty()) {
-            sql.where("catalog_type = :type").bind(":type", type);
-        }
+    for (const bool ended : {true, false}) {
         Uuid_Printer printer;
-        if (!connection.query_and_print(sql, printer, GM_ORM_ROWS)) {
+        if (!connection.query_and_print(latest_select(resource, type, ended), printer, GM_ORM_ROWS)) {
             return fail(error, connection.last_error());
         }
         set = printer.uuid;
@@ -218,6 +205,20 @@ bool find_latest(Database_Connection& connection, const UUID_Bytes& resource, co
 }
 
 } // namespace
+
+Select_SQL latest_select(const UUID_Bytes& resource, const std::string& type, bool ended)
+{
+    Select_SQL sql;
+    sql.table("backup_set").select("uuid").where("resource_uuid = :resource").bind(":resource", resource);
+    if (!type.empty()) {
+        sql.where("catalog_type = :type").bind(":type", type);
+    }
+    if (ended) {
+        sql.where("backup_end_time IS NOT NULL").order_by("backup_end_time DESC");
+    }
+    sql.order_by("backup_start_time DESC").order_by("uuid DESC").limit(1);
+    return sql;
+}
 
 Opened_View open_set(const View_Description&, const View_Arguments& arguments, const View_Limits& limits, Error&)
 {

@@ -27,13 +27,7 @@ constexpr std::int64_t bytes_a_piece = 256;
 
 constexpr std::size_t pieces_a_query = 1000;
 
-/// A set's place among those of its type.
-struct Place
-{
-    std::string start_time; ///< as the database has it; empty where the select does not read it
-    UUID_Bytes uuid{};
-    std::int64_t piece_count = 0;
-};
+using Place = Type_Place;
 
 class Place_Printer final : public database::sql::Query_Result_Token_Printer
 {
@@ -126,6 +120,21 @@ private:
     std::int64_t place_ = 0;
 };
 
+const char* base_of(const Set_Type& type)
+{
+    return type.base_alias(type.aliases);
+}
+
+std::string prefix_of(const Set_Type& type)
+{
+    return std::string(base_of(type) != nullptr ? base_of(type) : type.aliases.front()) + '.';
+}
+
+std::string uuid_column(const Set_Type& type)
+{
+    return prefix_of(type) + (base_of(type) != nullptr ? "uuid" : "set_uuid");
+}
+
 /// For types whose rows are read without translations: the sub-queries are wanted all the same.
 database::sql::Query_Result_Handler* handler_of(const Set_Type& type)
 {
@@ -167,7 +176,7 @@ private:
         // One more than are wanted tells whether there is a next page.
         const std::size_t sets = left_ < sets_a_query_ ? static_cast<std::size_t>(left_) + 1 : sets_a_query_;
         Place_Printer found;
-        if (!store.connection().query_and_print(places_select(sets), found, GM_ORM_ROWS)) {
+        if (!store.connection().query_and_print(type_places_select(type_, one_set_, last_, sets), found, GM_ORM_ROWS)) {
             return fail(error, store.connection().last_error());
         }
         if (left_ == 0 || found.places.empty()) {
@@ -218,14 +227,16 @@ private:
         if (!store.type_select(type_, one_set_ ? uuid_text(*one_set_) : std::string(), sql, error)) {
             return false;
         }
-        add_place(sql, prefix(), last_, "<", "after");
-        add_place(sql, prefix(), last, ">=", "last");
-        if (base() == nullptr) {
-            sql.add_key(uuid_column(), "uuid");
+        if (last_) {
+            add_place(sql, type_, *last_, "<");
         }
-        sql.add_key(uuid_column(), "storages");
+        add_place(sql, type_, last, ">=");
+        if (base_of(type_) == nullptr) {
+            sql.add_key(uuid_column(type_), "uuid");
+        }
+        sql.add_key(uuid_column(type_), "storages");
         if (!is_cut) {
-            sql.add_key(uuid_column(), "pieces");
+            sql.add_key(uuid_column(type_), "pieces");
         }
         JSON_Text json;
         Rows_Printer printer(json, [&](std::string_view row) {
@@ -304,51 +315,6 @@ private:
         return page_key(time, uuid_text(last_->uuid));
     }
 
-    const char* base() const { return type_.base_alias(type_.aliases); }
-    std::string prefix() const { return std::string(base() != nullptr ? base() : type_.aliases.front()) + '.'; }
-    std::string uuid_column() const { return prefix() + (base() != nullptr ? "uuid" : "set_uuid"); }
-
-    Select_SQL places_select(std::size_t sets) const
-    {
-        Select_SQL sql;
-        if (base() != nullptr) {
-            sql.table("backup_set", base());
-            sql.add_key(uuid_column(), "uuid");
-            sql.add_key(prefix() + "backup_start_time", "backup_start_time");
-            sql.add_key(prefix() + "piece_count", "piece_count");
-            sql.where(prefix() + "catalog_type = :catalog_type").bind(":catalog_type", type_.id);
-            sql.order_by(prefix() + "backup_start_time DESC");
-        } else {
-            sql.table(type_.tables.front(), type_.aliases.front());
-            sql.join("backup_set", "base", "base.uuid = " + uuid_column());
-            sql.add_key(uuid_column(), "uuid");
-            sql.add_key("base.piece_count", "piece_count");
-        }
-        if (one_set_) {
-            sql.where(uuid_column() + " = :uuid").bind(":uuid", *one_set_);
-        }
-        add_place(sql, prefix(), last_, "<", "after");
-        sql.order_by(uuid_column() + " DESC").limit(sets);
-        return sql;
-    }
-
-    /// The condition that a set stands behind ("<") or not behind (">=") a place.
-    void add_place(Select_SQL& sql, const std::string& prefix, const std::optional<Place>& place,
-                   const std::string& relation, const std::string& name) const
-    {
-        if (!place) {
-            return;
-        }
-        sql.bind(':' + name + "_uuid", place->uuid);
-        if (base() == nullptr) {
-            sql.where(uuid_column() + ' ' + relation + " :" + name + "_uuid");
-            return;
-        }
-        sql.bind(':' + name + "_time", place->start_time);
-        sql.where('(' + prefix + "backup_start_time, " + uuid_column() + ") " + relation + " (:" + name
-                  + "_time, :" + name + "_uuid)");
-    }
-
     const Set_Type& type_;
     std::optional<UUID_Bytes> one_set_;
     std::optional<Place> last_;
@@ -362,6 +328,47 @@ private:
 };
 
 } // namespace
+
+void add_place(Select_SQL& sql, const Set_Type& type, const Place& place, const char* relation)
+{
+    const std::string names = std::string_view(relation) == "<" ? ":after" : ":last";
+    sql.bind(names + "_uuid", place.uuid);
+    if (base_of(type) == nullptr) {
+        sql.where(uuid_column(type) + ' ' + relation + ' ' + names + "_uuid");
+        return;
+    }
+    sql.bind(names + "_time", place.start_time);
+    sql.where('(' + prefix_of(type) + "backup_start_time, " + uuid_column(type) + ") " + relation + " (" + names
+              + "_time, " + names + "_uuid)");
+}
+
+Select_SQL type_places_select(const Set_Type& type, const std::optional<UUID_Bytes>& one_set,
+                              const std::optional<Place>& after, std::size_t sets)
+{
+    const std::string prefix = prefix_of(type);
+    Select_SQL sql;
+    if (base_of(type) != nullptr) {
+        sql.table("backup_set", base_of(type));
+        sql.add_key(uuid_column(type), "uuid");
+        sql.add_key(prefix + "backup_start_time", "backup_start_time");
+        sql.add_key(prefix + "piece_count", "piece_count");
+        sql.where(prefix + "catalog_type = :catalog_type").bind(":catalog_type", type.id);
+        sql.order_by(prefix + "backup_start_time DESC");
+    } else {
+        sql.table(type.tables.front(), type.aliases.front());
+        sql.join("backup_set", "base", "base.uuid = " + uuid_column(type));
+        sql.add_key(uuid_column(type), "uuid");
+        sql.add_key("base.piece_count", "piece_count");
+    }
+    if (one_set) {
+        sql.where(uuid_column(type) + " = :uuid").bind(":uuid", *one_set);
+    }
+    if (after) {
+        add_place(sql, type, *after, "<");
+    }
+    sql.order_by(uuid_column(type) + " DESC").limit(sets);
+    return sql;
+}
 
 Opened_View open_type_sets(const View_Description& view, const View_Arguments& arguments, const View_Limits& limits,
                            Error& error)

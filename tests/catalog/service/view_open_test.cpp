@@ -102,6 +102,7 @@ TEST_P(View_Open_Test, wrong_values_are_refused)
         "state", "on",
         "\"state\" is \"on\", which is no state; known are: online, offline, nearline, expired, replicated, warmup, "
         "incomplete, unsync, virtual");
+    refused("life", "dead", "\"life\" is \"dead\", which is none of: committed, open, complete, any");
     const std::string time = ", which is no time of the form \"YYYY-MM-DD HH:MM:SS\" or \"YYYY-MM-DD\"";
     refused("since", "2024-02-30", "\"since\" is \"2024-02-30\"" + time);
     refused("until", 1704067200, "\"until\" is \"1704067200\"" + time);
@@ -134,6 +135,21 @@ TEST_P(View_Open_Test, keys_of_other_views_are_refused)
     for (const std::string& key : {std::string("1"), set_key}) {
         refused("hyperv", "sets", {}, key);
     }
+}
+
+TEST_P(View_Open_Test, filters_of_committed_sets_and_keys_do_not_fit_other_lives)
+{
+    for (const char* filter : {"host", "resource", "minor_resource", "state", "since", "until"}) {
+        const std::string name = filter;
+        const std::string value = name == "resource" ? some : name == "state" ? "online" : "2024-01-01";
+        const Error error = refusal_of("sets", {{"life", "any"}, {name, value}});
+        EXPECT_EQ(error.key, name);
+        EXPECT_EQ(error.message, '"' + name + "\" chooses among committed sets only, \"life\" is \"any\"");
+    }
+    const std::string key = "2024-01-01T00:00:00Z/" + some;
+    EXPECT_EQ(refusal_of("sets", {{"after", "open/" + key}}).key, "after");
+    EXPECT_EQ(refusal_of("sets", {{"life", "open"}, {"after", key}}).key, "after");
+    EXPECT_EQ(refusal_of("sets", {{"life", "any"}, {"after", "open/"}}).key, "after");
 }
 
 TEST_P(View_Open_Test, a_view_is_opened_without_a_database)

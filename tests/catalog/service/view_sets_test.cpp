@@ -172,6 +172,52 @@ TEST_P(View_Sets_Test, pages_cover_all_sets_once_while_others_are_recorded)
     EXPECT_GT(added, 1010u);
 }
 
+TEST_P(View_Sets_Test, sets_that_are_not_committed_are_shown_when_asked_for)
+{
+    const auto step = [this](Write_Operation operation, const std::string& params, std::time_t now) {
+        const Write_Request request{.operation = operation, .params = params};
+        const Write_Answer answer = store().apply(std::span(&request, 1), now).at(0);
+        ASSERT_FALSE(answer.error) << answer.error.message;
+    };
+    const std::time_t noon = 1704110400; // 2024-01-01 12:00:00
+    record(started(1, "2024-01-01 00:00:00"));
+    record(started(2, "2024-02-01 00:00:00"));
+    step(Write_Operation::INITIALIZE, small(uuid(3), R"("pieces":[{"path":"a"},{"path":"b"}])"), noon);
+    step(Write_Operation::INITIALIZE, R"({"catalog_module":"file","uuid":")" + uuid(4) + "\"}", noon + 1);
+    step(Write_Operation::INITIALIZE, small(uuid(5)), noon + 2);
+    step(Write_Operation::COMPLETE, small(uuid(5)), noon + 3);
+    const std::string third =
+        R"({"uuid":")" + uuid(3)
+        + R"(","type":"oracle_exp","life":"open","started":"2024-01-01 12:00:00","piece_count":2})";
+    const std::string fourth =
+        R"({"uuid":")" + uuid(4) + R"(","type":"file","life":"open","started":"2024-01-01 12:00:01","piece_count":0})";
+    const std::string fifth =
+        R"({"uuid":")" + uuid(5)
+        + R"(","type":"oracle_exp","life":"complete","started":"2024-01-01 12:00:02","piece_count":0})";
+    const std::string committed = row(2, "2024-02-01 00:00:00") + ',' + row(1, "2024-01-01 00:00:00");
+    const auto result = [](const std::string& rows) { return R"({"rows":[)" + rows + "]}"; };
+    EXPECT_EQ(whole("sets", {}), result(committed)) << "only when asked for";
+    EXPECT_EQ(whole("sets", {{"life", "committed"}}), result(committed));
+    EXPECT_EQ(whole("sets", {{"life", "open"}}), result(fourth + ',' + third));
+    EXPECT_EQ(whole("sets", {{"life", "complete"}}), result(fifth));
+    EXPECT_EQ(whole("sets", {{"life", "open"}, {"type", "oracle_exp"}}), result(third));
+    const std::string all = whole("sets", {{"life", "any"}});
+    EXPECT_EQ(all, result(fifth + ',' + fourth + ',' + third + ',' + committed));
+    EXPECT_EQ(whole("sets", {{"life", "any"}, {"type", "file"}}), result(fourth));
+    for (const int limit : {1, 2, 3, 4, 5}) {
+        std::string joined;
+        std::string key;
+        do {
+            const std::string page = whole("sets", {{"life", "any"}, {"limit", limit}, {"after", key}});
+            const std::size_t begin = result("").size() - 2;
+            joined += (joined.empty() ? "" : ",") + page.substr(begin, page.rfind("}]") + 1 - begin);
+            key = next(page);
+        } while (!key.empty());
+        EXPECT_EQ(result(joined), all) << limit;
+    }
+    EXPECT_EQ(next(whole("sets", {{"life", "any"}, {"limit", 3}})), "open/2024-01-01T12:00:00Z/" + uuid(3));
+}
+
 TEST_P(View_Sets_Test, a_failing_database_fails_the_part_and_leaves_the_text)
 {
     record(started(1, "2024-01-01 00:00:00"));

@@ -1,5 +1,6 @@
 // Listings are answered from an index, without reading or sorting what they do not show.
 
+#include "catalog/service/view_families.h"
 #include "catalog/store/set_listing.h"
 #include "platform/text/uuid.h"
 #include "tests/catalog/store/catalog_test.h"
@@ -247,5 +248,94 @@ TEST_P(Plan_Test, the_newest_sets_of_a_type_come_by_its_own_select_in_order)
         ASSERT_TRUE(store().type_select(*find_set_type("oracle"), {}, sql, error));
         sql.limit(20);
         expect_by_index(sql, "backup_set_by_type");
+    });
+}
+
+TEST_P(Plan_Test, open_sets_queue_and_answers_are_found_by_index)
+{
+    static_cast<void>(store());
+    const bool on_server = on_postgresql();
+    const std::string up = on_server
+                               ? "generate_series(1, 5000) AS numbers(n)"
+                               : "(WITH RECURSIVE up(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM up WHERE n < 5000) "
+                                 "SELECT n FROM up)";
+    const std::string uuid_of = on_server ? "md5(n::text)::uuid" : "CAST(printf('uuid-of-%08d', n) AS BLOB)";
+    const std::string time = on_server ? "timestamp '2024-01-01' + n * interval '1 second'"
+                                       : "datetime('2024-01-01', '+' || n || ' seconds')";
+    run("INSERT INTO open_set SELECT " + uuid_of + ", 'file', CASE n % 9 WHEN 0 THEN 'complete' ELSE 'open' END, "
+        + time + ", 'i', NULL, '{}' FROM " + up);
+    run("INSERT INTO open_set_pieces (set_uuid, piece_count, pieces) SELECT " + uuid_of + ", 1, '[{}]' FROM " + up);
+    run("INSERT INTO queued_commit (set_uuid, catalog_type, state, queued, digest, document) SELECT " + uuid_of
+        + ", 'file', CASE n % 9 WHEN 0 THEN 'waiting' ELSE 'failed' END, " + time + ", 'd', '{}' FROM " + up);
+    run("INSERT INTO remembered_answer SELECT " + uuid_of + ", " + time + ", '{}' FROM " + up);
+    run("ANALYZE");
+    const UUID_Bytes uuid = *read_uuid(some_uuid);
+    const auto select = [](const char* table, const char* columns, const std::string& condition) {
+        Select_SQL sql;
+        sql.table(table).select(columns).where(condition);
+        return sql;
+    };
+    const std::string primary_key_of_open = on_server ? "open_set_pkey" : "sqlite_autoindex_open_set_1";
+    expect_by_index(select("open_set", "state", "uuid = :uuid").bind(":uuid", uuid), primary_key_of_open);
+    expect_by_index(select("open_set_pieces", "pieces", "set_uuid = :uuid").bind(":uuid", uuid).order_by("id"),
+                    "open_set_pieces_by_set");
+    expect_by_index(select("queued_commit", "digest", "state = 'waiting' AND set_uuid = :uuid").bind(":uuid", uuid),
+                    "queued_commit_by_set");
+    expect_by_index(select("queued_commit", "document", "state = 'waiting'").order_by("id").limit(10),
+                    "queued_commit_by_state");
+    expect_by_index(
+        select("open_set", "uuid", "state = 'complete'").order_by("started DESC").order_by("uuid DESC").limit(10),
+        "open_set_by_state");
+    expect_by_index(select("open_set", "uuid", "(started, uuid) < ('2024-01-01 00:10:00', :uuid)")
+                        .bind(":uuid", uuid)
+                        .order_by("started DESC")
+                        .order_by("uuid DESC")
+                        .limit(10),
+                    "open_set_by_start");
+    expect_by_index(
+        select("remembered_answer", "request_key", "answered < '2024-01-01 00:10:00'").order_by("answered").limit(10),
+        "remembered_answer_by_time");
+}
+
+TEST_P(Plan_Test, the_newest_end_of_a_resource_comes_from_the_index)
+{
+    fill();
+    run("ANALYZE");
+    Select_SQL sql;
+    sql.table("backup_set").add_key("max(backup_end_time)", "newest").where("resource_uuid = :uuid");
+    sql.bind(":uuid", *read_uuid(some_uuid));
+    const std::string found = plan(sql);
+    EXPECT_EQ(found.find("Seq Scan"), std::string::npos) << found;
+    EXPECT_NE(found.find(on_postgresql() ? "using backup_set_by_resource_end "
+                                         : "COVERING INDEX backup_set_by_resource_end "),
+              std::string::npos)
+        << found;
+}
+
+TEST_P(Plan_Test, the_places_of_a_type_s_sets_and_of_a_pool_s_copies_come_by_index_in_order)
+{
+    expect_with_statistics([&] {
+        const Set_Type& oracle = *find_set_type("oracle");
+        const UUID_Bytes uuid = *read_uuid(some_uuid);
+        const service::Type_Place place{"2024-03-15 00:00:00", uuid};
+        expect_by_index(service::type_places_select(oracle, {}, {}, 20), "backup_set_by_type");
+        expect_by_index(service::type_places_select(oracle, {}, place, 20), "backup_set_by_type");
+        const service::Pool_Key key{{"2024-03-15 00:00:00", uuid}, 7};
+        expect_by_index(service::pool_select(uuid, nullptr, 20), "backup_set_storage_by_pool");
+        expect_by_index(service::pool_select(uuid, &key, 20), "backup_set_storage_by_pool");
+    });
+}
+
+TEST_P(Plan_Test, the_newest_set_of_a_resource_is_found_by_index)
+{
+    expect_with_statistics([&] {
+        const UUID_Bytes uuid = *read_uuid(some_uuid);
+        const std::string by_end = plan(service::latest_select(uuid, {}, true));
+        EXPECT_NE(by_end.find("backup_set_by_resource_end "), std::string::npos) << by_end;
+        EXPECT_EQ(by_end.find("Seq Scan"), std::string::npos) << by_end;
+        if (!on_postgresql()) {
+            EXPECT_EQ(by_end.find("TEMP B-TREE FOR ORDER BY"), std::string::npos) << by_end; // only among equal ends
+        }
+        expect_by_index(service::latest_select(uuid, {}, false), "backup_set_by_resource");
     });
 }
