@@ -5,8 +5,11 @@
 // is not read. What a peer may ask of the server is bounded by the limits below.
 //
 // The front is called from the server's threads and must outlive the server; its answers may come from any thread, also
-// when the connection or the server is gone: then they are dropped. A front's function that is dropped without having
-// been called counts as an answer 500. The object itself is used by one thread; `port` and `counters` by any.
+// when the connection or the server is gone: then they are dropped. A function that the front drops without having called
+// it counts as an answer 500. A principal stays until the function given with it has been called; a body's source stays
+// as long as the function given to its `next`, and should not be touched once that has been called.
+//
+// The server itself is used by one thread; `port` and `counters` by any.
 #pragma once
 
 #include "catalog/service/front.h"

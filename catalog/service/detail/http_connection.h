@@ -10,7 +10,6 @@
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/rfc7230.hpp>
 #include <boost/beast/http/string_body.hpp>
-#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <array>
@@ -30,12 +29,6 @@ public:
     Http_Connection(std::shared_ptr<Core> core, Transport transport, std::string peer) :
         Connection(std::move(core), std::move(transport), std::move(peer)), deadline_(executor())
     {}
-    ~Http_Connection() override
-    {
-        if (key_) {
-            OPENSSL_cleanse(key_->data(), key_->size());
-        }
-    }
 
     void start()
     {
