@@ -343,8 +343,8 @@ bool Set_Life::look_up(std::span<Life_Step* const> steps, bool carefully)
     for (const Life_Step* const step : steps) {
         if (sets.empty() || sets.back() != step->uuid) {
             sets.push_back(step->uuid);
-            // Of a commit it shows when the rows are there already.
-            if (carefully || step->operation() != Write_Operation::COMMIT) {
+            // Of a commit it shows when the rows are there already; but not of one that goes into the queue.
+            if (carefully || step->operation() != Write_Operation::COMMIT || step->request->queue) {
                 doubtful.push_back(step->uuid);
             }
         }
@@ -367,6 +367,7 @@ bool Set_Life::write(bool& written)
     std::vector<Statement> statements = std::move(before_);
     std::ranges::move(rows_.take(), std::back_inserter(statements));
     std::ranges::move(after_, std::back_inserter(statements));
+    const Expected_Constraint expected(connection_); // a set may be committed already
     written = statements.empty() || connection_.execute(statements);
     if (written) {
         return true;

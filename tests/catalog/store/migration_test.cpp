@@ -4,6 +4,10 @@
 #include "tests/catalog/store/catalog_test.h"
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <span>
 #include <thread>
 
 namespace {
@@ -117,12 +121,13 @@ TEST_P(Migration_Test, a_newer_schema_is_refused)
 TEST_P(Migration_Test, an_older_schema_is_refused_with_the_advice_to_migrate)
 {
     Error error;
-    EXPECT_FALSE(check_schema_version(schema_version - 1, error));
+    EXPECT_FALSE(check_schema_version(0, error));
     EXPECT_EQ(error.kind, Error::SCHEMA);
     EXPECT_EQ(error.message, "the database has no catalog yet: make the schema first");
-    EXPECT_FALSE(check_schema_version(-3, error));
-    EXPECT_EQ(error.message, "the catalog has schema version -3, this program works with "
-                                 + std::to_string(schema_version) + ": migrate it first");
+    EXPECT_FALSE(check_schema_version(schema_version - 1, error));
+    EXPECT_EQ(error.message, "the catalog has schema version " + std::to_string(schema_version - 1)
+                                 + ", this program works with " + std::to_string(schema_version)
+                                 + ": migrate it first");
     error = {};
     EXPECT_TRUE(check_schema_version(schema_version, error));
     EXPECT_FALSE(error);
@@ -237,4 +242,102 @@ TEST_P(Server_Migration_Test, the_catalog_lives_in_the_first_schema_of_the_searc
     EXPECT_FALSE(store->record(small(uuid(1))).error);
     EXPECT_EQ(query(*connect(), "SELECT count(*) FROM backups.backup_set").at(0).at(0), "1");
     EXPECT_EQ(query(*connect(), "SELECT count(*) FROM pg_tables WHERE schemaname = 'public'").at(0).at(0), "1");
+}
+
+namespace {
+
+/// A catalog as version 1 made it.
+class First_Version_Test : public Migration_Test
+{
+protected:
+    void make_first_version()
+    {
+        std::ifstream file(std::string(BACKUP_SET_SOURCE_DIR "/tests/catalog/store/version_1_")
+                           + (on_postgresql() ? "postgresql.sql" : "sqlite.sql"));
+        const std::string script{std::istreambuf_iterator<char>(file), {}};
+        ASSERT_NE(script, "");
+        ASSERT_TRUE(connect()->execute_script(script));
+    }
+
+    static std::unique_ptr<Catalog_Store> open_as_it_is(const std::string& url)
+    {
+        Error error;
+        auto store = Catalog_Store::open(url, Catalog_Store::Schema_Policy::LEAVE_ALONE, error);
+        EXPECT_NE(store, nullptr) << error.message;
+        return store;
+    }
+
+    /// All that a schema consists of, as texts.
+    static std::vector<std::vector<std::string>> whole_schema(Database_Connection& connection)
+    {
+        if (connection.dialect() == SQL_Dialect::SQLITE) {
+            return query(connection, "SELECT type, name, tbl_name, sql FROM sqlite_master ORDER BY type, name");
+        }
+        std::vector<std::vector<std::string>> all;
+        for (const char* question :
+             {"SELECT table_name::text, ordinal_position::bigint, column_name::text, data_type::text, "
+              "datetime_precision::bigint, numeric_precision::bigint, is_nullable::text, is_identity::text, "
+              "column_default::text FROM information_schema.columns WHERE table_schema = 'public' ORDER BY 1, 2",
+              "SELECT indexname::text, indexdef::text FROM pg_indexes WHERE schemaname = 'public' ORDER BY 1",
+              "SELECT t.relname::text, c.conname::text, pg_get_constraintdef(c.oid)::text FROM pg_constraint c JOIN "
+              "pg_class t ON t.oid = c.conrelid JOIN pg_namespace n ON n.oid = t.relnamespace WHERE n.nspname = "
+              "'public' ORDER BY 1, 2"})
+        {
+            for (auto& row : query(connection, question)) {
+                all.push_back(std::move(row));
+            }
+        }
+        return all;
+    }
+};
+
+} // namespace
+
+CATALOG_TEST_ENGINES(First_Version_Test);
+
+TEST_P(First_Version_Test, sets_of_version_1_read_as_before_after_the_migration)
+{
+    make_first_version();
+    const std::string text =
+        small(uuid(1), R"("backup_start_time":"2024-05-01 22:00:00","host":"h","parents":[")" + uuid(2)
+                           + R"("],"pieces":[{"path":"p"},{"path":"q"}],"storage":{"state":["online"]})");
+    {
+        const auto old = open_as_it_is(url());
+        ASSERT_FALSE(old->record(text).error);
+        ASSERT_FALSE(old->record(small(uuid(3))).error);
+    }
+    EXPECT_EQ(open_error().message, "the catalog has schema version 1, this program works with "
+                                        + std::to_string(schema_version) + ": migrate it first");
+    int from = 0;
+    int to = 0;
+    Error error;
+    ASSERT_TRUE(open_as_it_is(url())->migrate(from, to, error)) << error.message;
+    EXPECT_EQ(from, 1);
+    EXPECT_EQ(to, schema_version);
+    EXPECT_EQ(document(uuid(1)), text);
+    EXPECT_EQ(document(uuid(3)), small(uuid(3)));
+    Set_Page page;
+    ASSERT_TRUE(store().list({.host = "h", .state = "online"}, 10, {}, page, error)) << error.message;
+    ASSERT_EQ(page.sets.size(), 1U);
+    EXPECT_EQ(page.sets[0].piece_count, 2);
+    EXPECT_EQ(store().record(text).outcome, Record_Outcome::ALREADY_THERE);
+    const Write_Request commit{.operation = Write_Operation::COMMIT, .params = small(uuid(4)), .id = "1"};
+    EXPECT_FALSE(store().apply(std::span(&commit, 1)).at(0).error);
+}
+
+TEST_P(First_Version_Test, a_migrated_schema_is_the_one_that_a_new_catalog_gets)
+{
+    make_first_version();
+    int from = 0;
+    int to = 0;
+    Error error;
+    ASSERT_TRUE(open_as_it_is(url())->migrate(from, to, error)) << error.message;
+    std::optional<Temp_Dir> files;
+    std::optional<Postgresql_Database> server;
+    const std::string fresh_url = on_postgresql() ? server.emplace().url() : "sqlite:" + files.emplace().file("new.db");
+    const auto fresh = Catalog_Store::open(fresh_url, Catalog_Store::Schema_Policy::CREATE, error);
+    ASSERT_NE(fresh, nullptr) << error.message;
+    const auto migrated = whole_schema(store().connection());
+    EXPECT_GT(migrated.size(), 50U);
+    EXPECT_EQ(migrated, whole_schema(fresh->connection()));
 }
