@@ -9,6 +9,8 @@ install(TARGETS backup_platform backup_set EXPORT backup_set_targets
         FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(TARGET backup_set_cli)
   install(TARGETS backup_set_cli RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  configure_file(packaging/backup-set.service ${PROJECT_BINARY_DIR}/backup-set.service @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/backup-set.service DESTINATION lib/systemd/system)
 endif()
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 

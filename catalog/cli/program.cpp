@@ -119,6 +119,7 @@ void add_option(CLI::App& app, const Option& option)
 {
     if (option.kind == Option::CONFIG) {
         app.set_config(option.name);
+        app.allow_config_extras(CLI::config_extras_mode::error); // a name that is not known is a mistake
         return;
     }
     CLI::Option* added = std::visit(Option_Adder(app, option), option.target);

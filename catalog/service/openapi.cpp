@@ -70,10 +70,9 @@ const char* kind_meaning(Parameter_Kind kind)
         return "the name of a copy's state";
     case Parameter_Kind::KEY:
         return "\"next\" of the page before";
-    case Parameter_Kind::TEXT:
-        break;
+    default:
+        return "a text";
     }
-    return "a text";
 }
 
 /// Writes the description.

@@ -192,6 +192,7 @@ void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
 
 void Write_Engine::finish(Pending& pending, Write_Answer answer)
 {
+    pending.taker(std::move(answer)); // before the set is free: its answers come in the order of its requests
     if (!pending.set.empty()) {
         bool blocked = false;
         {
@@ -203,7 +204,6 @@ void Write_Engine::finish(Pending& pending, Write_Answer answer)
             wake_.notify_one(); // the next request of the set may have been passed over
         }
     }
-    pending.taker(std::move(answer));
 }
 
 /// While the database is lost nobody waits behind those who wait for it.

@@ -88,10 +88,10 @@ std::string Service_Process::errors() const
     return text.str();
 }
 
-int Service_Process::stop()
+int Service_Process::stop(int signal)
 {
     if (pid_ > 0) {
-        ::kill(pid_, SIGTERM);
+        ::kill(pid_, signal);
     }
     return wait_for_end();
 }

@@ -6,6 +6,7 @@
 
 #include "tests/support/temp_dir.h"
 
+#include <csignal>
 #include <cstdint>
 #include <string>
 #include <sys/types.h>
@@ -32,8 +33,8 @@ public:
     /// What it has written on standard error.
     std::string errors() const;
 
-    /// SIGTERM, and waits for its end. The exit code, or minus the signal that has ended it.
-    int stop();
+    /// Sends the signal, and waits for its end. The exit code, or minus the signal that has ended it.
+    int stop(int signal = SIGTERM);
 
     /// SIGKILL, and waits for its end.
     void kill();
