@@ -70,9 +70,12 @@ const char* kind_meaning(Parameter_Kind kind)
         return "the name of a copy's state";
     case Parameter_Kind::KEY:
         return "\"next\" of the page before";
-    default:
-        return "a text";
+    case Parameter_Kind::LIFE:
+        return "\"committed\", \"open\", \"complete\" or \"any\"";
+    case Parameter_Kind::TEXT:
+        break;
     }
+    return "a text";
 }
 
 /// Writes the description.
