@@ -76,6 +76,7 @@ std::unique_ptr<Command> make_show_command();
 std::unique_ptr<Command> make_load_command();
 std::unique_ptr<Command> make_rows_command();
 std::unique_ptr<Command> make_choose_copy_command();
+std::unique_ptr<Command> make_queue_command();
 std::unique_ptr<Command> make_schema_command();
 std::unique_ptr<Command> make_serve_command();
 std::unique_ptr<Command> make_access_key_command();

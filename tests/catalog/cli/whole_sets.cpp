@@ -48,7 +48,7 @@ void expect_no_half_set(const std::string& url)
     for (const catalog::Table* table : catalog::tables()) {
         if (table->parent != nullptr) {
             const std::string parent = table->parent;
-            const std::string key = parent == "backup_set" ? "uuid" : "id";
+            const std::string key = parent == "backup_set_storage" ? "id" : "uuid";
             EXPECT_EQ(count_rows(connection, std::string(table->name) + " c WHERE NOT EXISTS (SELECT 1 FROM " + parent
                                                  + " p WHERE p." + key + " = c." + table->parent_column + ")"),
                       0)
