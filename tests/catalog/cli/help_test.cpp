@@ -187,7 +187,7 @@ TEST_F(Help, completion_knows_commands_and_common_options)
     std::sort(names.begin(), names.end());
     EXPECT_EQ(completed({""}), names);
     EXPECT_EQ(completed({"--database", "list", "sh"}), Words{"show"}) << "the word list is a value there";
-    EXPECT_EQ(completed({"s"}), (Words{"schema", "select-sql", "show"}));
+    EXPECT_EQ(completed({"s"}), (Words{"schema", "select-sql", "serve", "show"}));
     EXPECT_EQ(completed({"--ver"}), (Words{"--verbose", "--version"}));
 }
 
