@@ -1,6 +1,7 @@
 // The real service in a process of its own, asked as people ask it.
 
 #include "catalog/service/access_keys.h"
+#include "platform/database/database_connection.h"
 #include "platform/json/object_get.h"
 #include "tests/catalog/cli/child_process.h"
 #include "tests/support/curl.h"
@@ -278,6 +279,29 @@ TEST(Serve_Command, ends_by_an_interrupt_as_by_a_termination)
     const Temp_Dir dir;
     Service_Process service("sqlite:" + dir.file("c.db"));
     EXPECT_EQ(service.stop(SIGINT), 0);
+}
+
+TEST(Serve_Command, ends_by_a_second_signal_though_a_request_is_under_way)
+{
+    const Temp_Dir dir;
+    const std::string url = "sqlite:" + dir.file("c.db");
+    Service_Process service(url);
+    const auto blocker = Database_Connection::open(url);
+    ASSERT_TRUE(blocker->begin_write()); // a commit has to wait for this
+    std::thread client([&service] { curl_post(service.url(sets), document(1)); });
+    const auto wait_for = [](const std::function<bool()>& condition) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition() && std::chrono::steady_clock::now() < deadline) {
+        }
+        return condition();
+    };
+    EXPECT_TRUE(wait_for([&] {
+        return curl(service.url("/metrics")).body.find("\nbackup_set_requests_in_flight 2\n") != std::string::npos;
+    }));
+    ::kill(service.pid(), SIGTERM);
+    EXPECT_TRUE(wait_for([&] { return curl(service.url("/health")).status == 0; })); // it takes no more
+    EXPECT_EQ(service.stop(SIGTERM), -SIGTERM);
+    client.join();
 }
 
 } // namespace
