@@ -546,17 +546,17 @@ void Set_Life::enqueue(Life_Step& step)
 
 void Set_Life::commit_now(Life_Step& step, const Set_State& state)
 {
-    if (step.rows.tables.empty() || !state.pieces.empty()) { // they went into a statement that failed, or get others
+    if (step.rows.tables.empty() || state.open) { // they went into a statement that failed, or get other pieces
         std::string document = compact_document(step);
         bool is_merged = false;
-        if (!state.pieces.empty()) {
+        if (state.open) {
             Piece_List all;
             for (const std::string& pieces : state.pieces) {
                 all.add(pieces);
             }
             const std::string_view own = pieces_of(document);
             all.add(own.empty() ? "[]" : own);
-            std::string merged = with_pieces(document, all.array());
+            std::string merged = all.size() > 0 ? with_pieces(document, all.array()) : document;
             is_merged = merged != document;
             document = std::move(merged);
         }

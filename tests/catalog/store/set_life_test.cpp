@@ -170,6 +170,20 @@ TEST_P(Set_Life_Test, a_commit_without_steps_before_it_is_kept_as_it_came)
     EXPECT_EQ(document(uuid(1)), text);
 }
 
+TEST_P(Set_Life_Test, a_set_that_was_open_has_each_piece_once_though_none_came_before_its_commit)
+{
+    const std::string twice = small(uuid(1), R"("pieces":[)" + piece("a") + "," + piece("a") + "]");
+    expect_done(Operation::INITIALIZE, small(uuid(1)));
+    expect_done(Operation::COMMIT, twice);
+    EXPECT_EQ(document(uuid(1)), small(uuid(1), R"("pieces":[)" + piece("a") + "]"));
+    expect_done(Operation::COMMIT, twice);
+
+    const std::string none = small(uuid(2), R"("pieces":null)");
+    expect_done(Operation::INITIALIZE, small(uuid(2)));
+    expect_done(Operation::COMMIT, none);
+    EXPECT_EQ(document(uuid(2)), none);
+}
+
 TEST_P(Set_Life_Test, a_commit_equals_what_was_committed_though_pieces_were_added)
 {
     const std::string commit = small(uuid(1), R"("pieces":[)" + piece("b") + "]");
