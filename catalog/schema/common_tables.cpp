@@ -166,6 +166,10 @@ constexpr Column backup_set_commit_columns[] = {
      .meaning = "SHA-256 of what that document means, whatever its spelling and the order of its keys",
      .source = STORE,
      .required = true},
+    {.name = "revision",
+     .kind = UUID,
+     .meaning = "digest of the document that the last update gave the set; null when there was none",
+     .source = STORE},
 };
 
 constexpr Column catalog_type{

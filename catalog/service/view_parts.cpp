@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace catalog::service {
 namespace {
@@ -33,7 +34,14 @@ public:
         return true;
     }
 
+    bool print_cstr(int, const char*, const char* value, std::size_t length) override
+    {
+        revision.assign(value, length);
+        return true;
+    }
+
     bool found = false;
+    std::string revision; ///< empty: the set was never updated
     std::int64_t piece_count = 0;
     std::int64_t document_size = 0;
     std::optional<std::int64_t> pieces_at;
@@ -41,11 +49,13 @@ public:
 
 const SQL& watched(SQL_Dialect dialect)
 {
-    static const SQL sqlite("SELECT b.piece_count, length(CAST(d.document AS BLOB)) AS document_size, d.pieces_at "
-                            "FROM backup_set b JOIN backup_set_document d ON d.set_uuid = b.uuid WHERE b.uuid = :uuid");
-    static const SQL postgresql("SELECT b.piece_count, octet_length(d.document) AS document_size, d.pieces_at "
-                                "FROM backup_set b JOIN backup_set_document d ON d.set_uuid = b.uuid "
-                                "WHERE b.uuid = :uuid");
+    static const SQL sqlite(
+        "SELECT b.piece_count, length(CAST(d.document AS BLOB)) AS document_size, d.pieces_at, c.revision "
+        "FROM backup_set b JOIN backup_set_document d ON d.set_uuid = b.uuid "
+        "LEFT JOIN backup_set_commit c ON c.set_uuid = b.uuid WHERE b.uuid = :uuid");
+    static const SQL postgresql("SELECT b.piece_count, octet_length(d.document) AS document_size, d.pieces_at, "
+                                "c.revision FROM backup_set b JOIN backup_set_document d ON d.set_uuid = b.uuid "
+                                "LEFT JOIN backup_set_commit c ON c.set_uuid = b.uuid WHERE b.uuid = :uuid");
     return dialect == SQL_Dialect::SQLITE ? sqlite : postgresql;
 }
 
@@ -138,9 +148,9 @@ bool Set_Watch::check(Database_Connection& connection, Error& error)
         }
         return false;
     }
-    const Seen now{printer.piece_count, printer.pieces_at, printer.document_size};
+    Seen now{printer.piece_count, printer.pieces_at, printer.document_size, std::move(printer.revision)};
     if (!seen_) {
-        seen_ = now;
+        seen_ = std::move(now);
     } else if (now != *seen_) {
         error = {.kind = Error::CONFLICT,
                  .message = "set " + uuid_text(set_) + " was changed while it was read; read it again",

@@ -100,6 +100,7 @@ private:
         std::int64_t piece_count = 0;
         std::optional<std::int64_t> pieces_at;
         std::int64_t document_size = 0;
+        std::string revision;
 
         friend bool operator==(const Seen&, const Seen&) = default;
     };

@@ -84,6 +84,7 @@ CREATE INDEX "backup_set_by_resource_end" ON "backup_set" ("resource_uuid", "bac
 CREATE TABLE "backup_set_commit" (
     "set_uuid" UUID_BLOB NOT NULL CHECK (typeof("set_uuid") IN ('blob', 'null') AND length("set_uuid") = 16),
     "digest" TEXT NOT NULL CHECK (typeof("digest") IN ('text', 'null')),
+    "revision" UUID_BLOB CHECK (typeof("revision") IN ('blob', 'null') AND length("revision") = 16),
     PRIMARY KEY ("set_uuid"),
     FOREIGN KEY ("set_uuid") REFERENCES "backup_set" ON DELETE CASCADE
 ) WITHOUT ROWID;
@@ -133,6 +134,7 @@ CREATE INDEX "backup_set_by_resource_end" ON "backup_set" ("resource_uuid", "bac
 CREATE TABLE "backup_set_commit" (
     "set_uuid" uuid NOT NULL,
     "digest" text NOT NULL,
+    "revision" uuid,
     PRIMARY KEY ("set_uuid"),
     FOREIGN KEY ("set_uuid") REFERENCES "backup_set" ON DELETE CASCADE
 );

@@ -566,7 +566,7 @@ void Set_Life::commit_now(Life_Step& step, const Set_State& state)
         if (is_merged) {
             step.rows.tables.push_back(
                 {&backup_set_commit_table,
-                 {{Binding_Value(step.uuid), Binding_Value(content_digest(step.request->params))}}});
+                 {{Binding_Value(step.uuid), Binding_Value(content_digest(step.request->params)), Binding_Value()}}});
         }
     }
     describe(step.rows, answer(step));
@@ -632,7 +632,8 @@ bool Set_Life::update_committed(Life_Step& step)
     before_.emplace_back(with_set(forget, step.uuid));
     rows_.add(std::move(step.rows));
     rows_.add(backup_set_commit_table,
-              {Binding_Value(step.uuid), Binding_Value(digest.empty() ? content_digest(stored) : digest)});
+              {Binding_Value(step.uuid), Binding_Value(digest.empty() ? content_digest(stored) : digest),
+               Binding_Value(short_digest({document}))});
     return true;
 }
 

@@ -167,6 +167,23 @@ TEST_P(View_Set_Test, a_set_that_is_replaced_between_two_parts_fails_the_rest)
     EXPECT_EQ(error.message, "set " + uuid(1) + " was changed while it was read; read it again");
 }
 
+TEST_P(View_Set_Test, a_set_that_is_updated_to_the_same_size_between_two_parts_fails_the_rest)
+{
+    const std::string document = sample(1, 100);
+    std::string other = document;
+    other.replace(other.find("again"), 5, "AGAIN");
+    record(document);
+    const Error error = failure_after(
+        [&] {
+            const Write_Request update{.operation = Write_Operation::UPDATE, .params = other};
+            const std::vector<Write_Answer> answers = store().apply(std::span(&update, 1));
+            EXPECT_EQ(answers.front().error.message, "");
+        },
+        document_view(uuid(1), parts_of(500)));
+    EXPECT_EQ(error.kind, Error::CONFLICT);
+    EXPECT_EQ(error.message, "set " + uuid(1) + " was changed while it was read; read it again");
+}
+
 TEST_P(View_Set_Test, damaged_pieces_fail)
 {
     record(sample(1, 100));
