@@ -101,6 +101,8 @@ std::string fault_of(const View_Parameter& parameter, const std::string& text)
         return text == "committed" || text == "open" || text == "complete" || text == "any"
                    ? ""
                    : "which is none of: committed, open, complete, any";
+    case Parameter_Kind::FORM:
+        return text == "object" || text == "text" ? "" : "which is none of: object, text";
     case Parameter_Kind::STATE: {
         ACE_UINT64 bits = 0;
         to_value(text, bits);
@@ -129,8 +131,8 @@ std::string parameter_names(const View_Description& view)
 bool View_Arguments::take(const View_Description& view, const json_spirit::Object& parameters, Error& error)
 {
     for (const auto& [name, value] : parameters) {
-        const auto parameter =
-            std::ranges::find_if(view.parameters, [&name](const View_Parameter& known) { return name == known.name; });
+        const auto parameter = std::ranges::find_if(
+            view.parameters, [&name = name](const View_Parameter& known) { return name == known.name; });
         if (parameter == view.parameters.end()) {
             return refuse(error, name,
                           "unknown parameter " + shown(name) + "; " + named(view) + " has: " + parameter_names(view));

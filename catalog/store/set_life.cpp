@@ -242,8 +242,7 @@ bool Set_Life::lock(const std::vector<Life_Step>& steps)
     }
     // All take them in the same order, so that nobody waits for somebody who waits for him.
     std::ranges::sort(locks);
-    const auto doubles = std::ranges::unique(locks);
-    locks.erase(doubles.begin(), doubles.end());
+    locks.erase(std::unique(locks.begin(), locks.end()), locks.end());
     std::string list = "[";
     for (const std::int64_t number : locks) {
         list += (list.size() > 1 ? "," : "") + std::to_string(number);
