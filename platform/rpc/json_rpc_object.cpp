@@ -37,6 +37,19 @@ void write_id(const YAJL_Gen& gen, std::string_view id, bool is_number)
     }
 }
 
+// Not in the templates below, where clang 14 takes a `_key` for a function to be called.
+
+void write_version(const YAJL_Gen& gen)
+{
+    gen << "jsonrpc"_key
+        << "2.0";
+}
+
+void write_method(const YAJL_Gen& gen, std::string_view method)
+{
+    gen << "method"_key << method;
+}
+
 /// Writes a message: what all have in common, then what `members(gen)` adds. Null when that returns false or leaves
 /// something open.
 template <class Members>
@@ -47,8 +60,7 @@ std::shared_ptr<const std::string> write_message(Members members)
     bool done = false;
     {
         const YAJL_Map_Guard map(gen);
-        gen << "jsonrpc"_key
-            << "2.0";
+        write_version(gen);
         done = members(gen);
         if (!done) {
             yajl_gen_null(text.get()); // where a value is lacking, which the guard would log; the text is dropped
@@ -68,7 +80,7 @@ std::shared_ptr<const std::string> write_request(std::string_view id, std::strin
         if (!id.empty()) {
             write_id(gen, id, false);
         }
-        gen << "method"_key << method;
+        write_method(gen, method);
         return params(gen);
     });
 }
