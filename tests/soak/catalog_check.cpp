@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <thread>
 
@@ -131,8 +132,9 @@ public:
     Store_Check(const std::string& url, Differences& differences) : store_(open_store(url)), differences_(differences)
     {}
 
-    void run(const std::list<Set_Life>& lives)
+    void run(const std::list<Set_Life>& lives, std::size_t failed)
     {
+        rows_["queued_commit"] = failed;
         std::map<std::string, std::string> open_states = list_open();
         std::set<std::string> listed = list_committed();
         for (const Set_Life& life : lives) {
@@ -263,7 +265,6 @@ private:
     void check_counts()
     {
         rows_["catalog_schema"] = 1;
-        rows_["queued_commit"] = 0;
         for (const catalog::Table* const table : catalog::tables()) {
             const std::string name = table->name;
             const std::size_t rows = count(name);
@@ -460,7 +461,23 @@ private:
 
 } // namespace
 
-void await_empty_queue(const std::string& url, Differences& differences)
+void strand_commit(const std::string& url, Set_Life& life)
+{
+    const auto store = open_store(url);
+    const auto document = [&](int variant) {
+        return document_text(life.subject(), variant, Spelling::RECORD, {{1, Spelling::RECORD}});
+    };
+    catalog::Write_Request queued;
+    queued.params = document(1);
+    queued.queue = true;
+    const catalog::Write_Answer answer = store->apply(std::span(&queued, 1)).at(0);
+    require(!answer.error && answer.queued, answer.error);
+    const catalog::Record_Result recorded = store->record(document(2));
+    require(!recorded.error, recorded.error);
+    life.was_recorded({2, {1}});
+}
+
+void await_empty_queue(const std::string& url, std::set<std::string> stranded, Differences& differences)
 {
     const auto store = open_store(url);
     const auto deadline = std::chrono::steady_clock::now() + longest_queue;
@@ -479,7 +496,13 @@ void await_empty_queue(const std::string& url, Differences& differences)
     std::vector<catalog::Queue_Entry> entries;
     require(store->queue_entries(page, 0, entries, error), error);
     for (const catalog::Queue_Entry& entry : entries) {
-        differences.push_back("the queue has set " + entry.uuid + ": " + (entry.failed ? entry.message : "waiting"));
+        if (!entry.failed || stranded.erase(entry.uuid) == 0) {
+            differences.push_back("the queue has set " + entry.uuid + ": "
+                                  + (entry.failed ? entry.message : "waiting"));
+        }
+    }
+    for (const std::string& uuid : stranded) {
+        differences.push_back("the queue lacks the failed commit of set " + uuid);
     }
 }
 
@@ -488,9 +511,10 @@ void check_views(std::uint16_t port, const std::list<Set_Life>& lives, Differenc
     View_Check(port, differences).run(lives);
 }
 
-void check_catalog(const std::string& url, const std::list<Set_Life>& lives, Differences& differences)
+void check_catalog(const std::string& url, const std::list<Set_Life>& lives, std::size_t failed,
+                   Differences& differences)
 {
-    Store_Check(url, differences).run(lives);
+    Store_Check(url, differences).run(lives, failed);
 }
 
 } // namespace soak

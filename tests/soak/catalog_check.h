@@ -6,20 +6,29 @@
 
 #include "tests/soak/set_life.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <list>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace soak {
 
-/// Waits until the queue of the catalog at `url` is empty. A difference when entries have failed or it takes too long.
-void await_empty_queue(const std::string& url, std::vector<std::string>& differences);
+/// Queues a commit of a set that has not lived yet, then records the set with other content: the queued one can never be
+/// applied. The service is not running meanwhile.
+void strand_commit(const std::string& url, Set_Life& life);
+
+/// Waits until nothing waits in the queue of the catalog at `url`. A difference when other entries have failed than those
+/// of the sets `stranded`, one each, or when it takes too long.
+void await_empty_queue(const std::string& url, std::set<std::string> stranded, std::vector<std::string>& differences);
 
 /// What operators read through the service's views, by both protocols.
 void check_views(std::uint16_t port, const std::list<Set_Life>& lives, std::vector<std::string>& differences);
 
 /// What the store reads, what the tables count, and what the database says about itself.
-void check_catalog(const std::string& url, const std::list<Set_Life>& lives, std::vector<std::string>& differences);
+/// `failed`: entries that stay in the queue.
+void check_catalog(const std::string& url, const std::list<Set_Life>& lives, std::size_t failed,
+                   std::vector<std::string>& differences);
 
 } // namespace soak

@@ -13,6 +13,7 @@ namespace soak {
 namespace {
 
 constexpr int usual_retries = 6;
+constexpr std::size_t most_lost = 3; ///< a set of which more is unknown proves nothing
 constexpr int no_limit = -1;
 
 std::string random_uuid(std::mt19937_64& random)
@@ -63,10 +64,20 @@ void Set_Life::run(const std::function<bool()>& may_step)
         } else {
             take(call);
         }
-        if (model_.states().begin()->phase == Phase::COMMITTED && chance(30)) {
-            return; // most sets are left alone then
+        const bool is_left_alone = fault_.empty() && model_.states().begin()->phase == Phase::COMMITTED && chance(30);
+        if (is_left_alone || model_.lost() > most_lost) {
+            return;
         }
     }
+}
+
+void Set_Life::was_recorded(const Content& content)
+{
+    Step step;
+    step.content = content;
+    step.spelling = Spelling::RECORD;
+    history_.push_back("recorded in the store: " + described(step));
+    model_.observe(step, Outcome::DONE, false, {});
 }
 
 bool Set_Life::chance(int percent)
@@ -85,8 +96,8 @@ Operation Set_Life::choose_operation(Phase phase)
     // initialize, add_piece, complete, abort, commit, update
     static const std::array<std::array<int, operation_count>, 5> weights = {{
         {60, 2, 2, 3, 30, 3},
-        {5, 56, 17, 5, 11, 6},
-        {4, 5, 12, 12, 57, 10},
+        {5, 52, 16, 10, 11, 6},
+        {4, 5, 12, 16, 53, 10},
         {5, 4, 4, 4, 48, 35},
         {5, 4, 4, 4, 43, 40},
     }};
@@ -182,7 +193,9 @@ Set_Life::Result Set_Life::send(const Call& call) const
     const bool has_own_id = call.way == Way::JSON_RPC && call.step.spelling == Spelling::RECORD;
     result.sent_anew = has_own_id && Call_Log::repeats() > 0; // each attempt to send a record has an id of its own
     result.outcome = Outcome::DONE;
-    if (!done) {
+    if (done) {
+        surroundings_.acknowledged();
+    } else {
         // An operator that has given up awaiting a queued commit says nothing.
         const bool gave_up = call.step.confirm && Call_Log::errors().empty();
         const std::optional<Outcome> told = gave_up ? Outcome::UNKNOWN : Call_Log::outcome();

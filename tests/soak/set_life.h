@@ -29,6 +29,7 @@ struct Surroundings
     std::uint16_t port = 0;
     bool queueing = false;
     Totals* totals = nullptr;
+    std::function<void()> acknowledged; ///< called when a step has been done
 };
 
 /// Belongs to one thread at a time.
@@ -39,6 +40,9 @@ public:
 
     /// Lives as long as `may_step` lets it and something is left to do.
     void run(const std::function<bool()>& may_step);
+
+    /// Notes that the set came into the catalog by other hands.
+    void was_recorded(const Content& content);
 
     const Subject& subject() const { return subject_; }
     const Set_Model& model() const { return model_; }

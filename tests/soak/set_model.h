@@ -8,6 +8,7 @@
 #include "tests/soak/documents.h"
 
 #include <compare>
+#include <cstddef>
 #include <optional>
 #include <set>
 #include <string>
@@ -92,6 +93,9 @@ public:
 
     /// The states that the set may be in now.
     const std::set<Set_State>& states() const { return states_; }
+
+    /// Steps without an answer so far.
+    std::size_t lost() const { return lost_.size(); }
 
     /// Those that it may be in when nothing is under way and the queue is empty.
     std::set<Set_State> settled() const;

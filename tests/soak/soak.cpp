@@ -25,10 +25,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <functional>
 #include <list>
 #include <mutex>
 #include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <sys/wait.h>
 #include <thread>
@@ -39,6 +41,7 @@ namespace {
 using namespace soak;
 
 constexpr int exit_without_server = 77;
+constexpr int stranded_commits = 3;
 constexpr std::chrono::seconds longest_stall{300}; ///< without any step
 
 struct Options
@@ -72,11 +75,14 @@ public:
 
     std::uint16_t port() const { return service_->port(); }
 
-    void kill(Fault_Proxy& proxy)
+    void kill(Fault_Proxy& proxy, const std::function<void()>& meanwhile = {})
     {
         const std::uint16_t port = service_->port();
         look();
         service_->kill();
+        if (meanwhile) {
+            meanwhile();
+        }
         try {
             start(port);
         } catch (const std::runtime_error&) { // somebody else has the port now
@@ -139,6 +145,13 @@ public:
         return may;
     }
 
+    void step_done()
+    {
+        const std::scoped_lock lock(mutex_);
+        ++done_;
+        changed_.notify_all();
+    }
+
     void thread_ended()
     {
         const std::scoped_lock lock(mutex_);
@@ -150,6 +163,15 @@ public:
     void await(int steps) const
     {
         await([&] { return taken_ >= steps || running_ == 0; });
+    }
+    /// Waits until one more step has been acknowledged, or all threads have ended.
+    void await_next_done() const
+    {
+        const int before = [this] {
+            const std::scoped_lock lock(mutex_);
+            return done_;
+        }();
+        await([&] { return done_ > before || running_ == 0; });
     }
     void await_end() const
     {
@@ -179,6 +201,7 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     int taken_ = 0;
+    int done_ = 0;
     int running_;
 };
 
@@ -205,6 +228,16 @@ public:
         threads_.clear();
     }
 
+    Set_Life& next_life()
+    {
+        const std::scoped_lock lock(mutex_);
+        const auto number = static_cast<unsigned>(lives_.size());
+        std::seed_seq seeds{static_cast<std::uint32_t>(seed_), static_cast<std::uint32_t>(seed_ >> 32), number};
+        std::uint32_t seed[2];
+        seeds.generate(seed, seed + 2);
+        return lives_.emplace_back(number, std::uint64_t{seed[0]} << 32 | seed[1], surroundings_);
+    }
+
     /// After `join`.
     const std::list<Set_Life>& lives() const { return lives_; }
     const std::vector<std::string>& faults() const { return faults_; }
@@ -222,16 +255,6 @@ private:
             faults_.emplace_back(error.what());
         }
         progress_.thread_ended();
-    }
-
-    Set_Life& next_life()
-    {
-        const std::scoped_lock lock(mutex_);
-        const auto number = static_cast<unsigned>(lives_.size());
-        std::seed_seq seeds{static_cast<std::uint32_t>(seed_), static_cast<std::uint32_t>(seed_ >> 32), number};
-        std::uint32_t seed[2];
-        seeds.generate(seed, seed + 2);
-        return lives_.emplace_back(number, std::uint64_t{seed[0]} << 32 | seed[1], surroundings_);
     }
 
     const std::uint64_t seed_;
@@ -313,14 +336,18 @@ int run(const Options& options)
     const Channel channel(proxy.port());
 
     Progress progress(options.operations, options.threads);
-    Crowd crowd(options, {proxy.port(), options.queue, &totals}, progress);
+    Crowd crowd(options, {proxy.port(), options.queue, &totals, [&] { progress.step_done(); }}, progress);
     try {
         for (int kills = 0; kills < options.kills; ++kills) {
             // Somewhere in its part of the run, and in the midst of steps.
             const int part = options.operations / (options.kills + 1);
             progress.await(kills * part + std::uniform_int_distribution<int>(part / 2, part + part / 2)(random));
-            std::this_thread::sleep_for(
-                std::chrono::microseconds(std::uniform_int_distribution<int>(0, 50000)(random)));
+            if (kills % 2 == 0) {
+                progress.await_next_done(); // to come upon what has just been acknowledged
+            } else {
+                std::this_thread::sleep_for(
+                    std::chrono::microseconds(std::uniform_int_distribution<int>(0, 50000)(random)));
+            }
             service.kill(proxy);
         }
     } catch (const std::exception& error) {
@@ -331,11 +358,18 @@ int run(const Options& options)
     const std::list<Set_Life>& lives = crowd.lives();
 
     proxy.per_mille(0);
-    service.kill(proxy);
-    await_empty_queue(url, differences);
+    std::set<std::string> stranded;
+    service.kill(proxy, [&] {
+        for (int i = 0; options.queue && i < stranded_commits; ++i) {
+            Set_Life& life = crowd.next_life();
+            strand_commit(url, life);
+            stranded.insert(life.subject().uuid);
+        }
+    });
+    await_empty_queue(url, stranded, differences);
     check_views(proxy.port(), lives, differences);
     service.stop();
-    check_catalog(url, lives, differences);
+    check_catalog(url, lives, stranded.size(), differences);
     for (const Set_Life& life : lives) {
         if (!life.fault().empty()) {
             std::string text = "set " + life.subject().uuid + ": " + life.fault();
@@ -367,6 +401,7 @@ int main(int argc, char** argv)
     Options options;
     CLI::App app("Leads many sets' lives over a network that breaks, to a service that is killed, and compares the "
                  "catalog with what was acknowledged.");
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast); // a script's caller has the last word
     app.add_option("--engine", options.engine, "sqlite or postgresql")->check(CLI::IsMember({"sqlite", "postgresql"}));
     app.add_option("--operations", options.operations, "Steps of sets' lives")->check(CLI::PositiveNumber);
     app.add_option("--seed", options.seed, "Repeats a run, as far as threads allow");
