@@ -72,6 +72,8 @@ const char* kind_meaning(Parameter_Kind kind)
         return "\"next\" of the page before";
     case Parameter_Kind::LIFE:
         return "\"committed\", \"open\", \"complete\" or \"any\"";
+    case Parameter_Kind::FORM:
+        return "\"object\" or \"text\"";
     case Parameter_Kind::TEXT:
         break;
     }

@@ -17,7 +17,13 @@ constexpr View_Parameter page_limit{
 constexpr View_Parameter limit{"limit", COUNT, "rows of a page; all when not given"};
 constexpr View_Parameter one_set{"uuid", UUID, "the set", true};
 
+constexpr View_Parameter form{
+    "form", FORM,
+    "text: rows are {\"uuid\": ..., \"text\": the row's JSON text}, for those to whom the order of keys and repeated ones "
+    "matter; object when not given"};
+
 constexpr View_Parameter sets_parameters[] = {
+    {"uuid", UUID, "only this set"},
     {"type", TYPE, "only sets of this type"},
     {"host", TEXT, "only sets of this host, by its name or its uuid"},
     {"resource", UUID, "only sets of this resource"},
@@ -31,16 +37,17 @@ constexpr View_Parameter sets_parameters[] = {
     page_limit,
     after,
 };
-constexpr View_Parameter set_parameters[] = {one_set};
+constexpr View_Parameter set_parameters[] = {one_set, form};
 constexpr View_Parameter latest_parameters[] = {
     {"resource", UUID, "the resource", true},
     {"type", TYPE, "only sets of this type"},
+    form,
 };
 constexpr View_Parameter chain_parameters[] = {one_set};
 constexpr View_Parameter storages_parameters[] = {one_set};
 constexpr View_Parameter pieces_parameters[] = {one_set, limit, after};
 constexpr View_Parameter pool_parameters[] = {{"pool", UUID, "the pool", true}, page_limit, after};
-constexpr View_Parameter type_parameters[] = {{"uuid", UUID, "only this set"}, limit, after};
+constexpr View_Parameter type_parameters[] = {{"uuid", UUID, "only this set"}, limit, after, form};
 
 constexpr View_Description backup_set_views[] = {
     {"backup_set", "sets", "The committed sets, newest first, as `backup-set list --format json` shows them.",
@@ -74,6 +81,11 @@ const std::vector<View_Description>& all_views()
                 all.push_back({type.id, "sets",
                                "The sets of the type by its own select, newest first, with their storages and pieces.",
                                type_parameters, &type, open_type_sets});
+                all.push_back(
+                    {type.id, "records",
+                     "The sets of the type as their records write them once they are loaded by that select, newest "
+                     "first: without what is no column of it, which is the pieces, storages and parents.",
+                     type_parameters, &type, open_type_records});
             }
         }
         return all;

@@ -66,6 +66,7 @@ enum class Parameter_Kind
     TYPE,  ///< a set type's id
     STATE, ///< the name of a copy's state
     LIFE,  ///< "committed", "open", "complete", or "any"
+    FORM,  ///< "object" or "text"
     KEY    ///< "next" of the page before
 };
 

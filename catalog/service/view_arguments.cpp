@@ -101,6 +101,8 @@ std::string fault_of(const View_Parameter& parameter, const std::string& text)
         return text == "committed" || text == "open" || text == "complete" || text == "any"
                    ? ""
                    : "which is none of: committed, open, complete, any";
+    case Parameter_Kind::FORM:
+        return text == "object" || text == "text" ? "" : "which is none of: object, text";
     case Parameter_Kind::STATE: {
         ACE_UINT64 bits = 0;
         to_value(text, bits);

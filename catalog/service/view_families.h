@@ -23,6 +23,7 @@ Opened_View open_storages(const View_Description&, const View_Arguments&, const 
 Opened_View open_pool(const View_Description&, const View_Arguments&, const View_Limits&, Error&);
 Opened_View open_pieces(const View_Description&, const View_Arguments&, const View_Limits&, Error&);
 Opened_View open_type_sets(const View_Description&, const View_Arguments&, const View_Limits&, Error&);
+Opened_View open_type_records(const View_Description&, const View_Arguments&, const View_Limits&, Error&);
 
 /// The select of the uuid of a resource's newest set: of those with an end, or by its start alone. Empty type: any.
 Select_SQL latest_select(const UUID_Bytes& resource, const std::string& type, bool ended);

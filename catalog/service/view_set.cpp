@@ -1,4 +1,5 @@
 #include "catalog/service/view_families.h"
+#include "catalog/service/view_form.h"
 #include "catalog/service/view_parts.h"
 #include "catalog/service/view_pieces.h"
 #include "catalog/store/refusal.h"
@@ -47,8 +48,15 @@ public:
     /// Finds the set to show; leaves it empty when there is none to show.
     using Find = std::function<bool(Database_Connection&, std::optional<UUID_Bytes>&, Error&)>;
 
-    Document_View(const View_Limits& limits, bool in_rows, Find find) :
-        Part_View(limits), find_(std::move(find)), in_rows_(in_rows)
+    enum Form
+    {
+        BARE,   ///< the document and nothing around it
+        OBJECT, ///< as a row
+        TEXT    ///< as a row that has the document's text
+    };
+
+    Document_View(const View_Limits& limits, Form form, Find find) :
+        Part_View(limits), find_(std::move(find)), form_(form)
     {}
 
 private:
@@ -65,18 +73,38 @@ private:
             if (!find_(connection, set, error)) {
                 return false;
             }
-            text += in_rows_ ? R"({"rows":[)" : "";
+            text += form_ != BARE ? R"({"rows":[)" : "";
             if (!set) {
-                close(text);
+                text += form_ != BARE ? "]}" : "";
+                end();
                 return true;
             }
             watch_.emplace(*set);
+            if (form_ == TEXT) {
+                begin_text_row(text, uuid_text(*set));
+            }
         }
         if (!watch_->check(connection, error)) {
             return false;
         }
         const std::size_t full = text.size() + (is_first ? limits().document : limits().part);
-        return read_set(connection, text, full, error);
+        const std::size_t before = text.size();
+        if (!read_set(connection, text, full, error)) {
+            return false;
+        }
+        if (form_ == TEXT) {
+            const std::string read = text.substr(before);
+            text.resize(before);
+            append_quoted(text, read);
+        }
+        if (document_ == watch_->document_size()) {
+            if (form_ == TEXT) {
+                end_text_row(text);
+            }
+            text += form_ != BARE ? "]}" : "";
+            end();
+        }
+        return true;
     }
 
     bool read_set(Database_Connection& connection, std::string& text, std::size_t full, Error& error)
@@ -89,13 +117,7 @@ private:
         if (document_ < pieces_at || place_ < piece_count()) {
             return true;
         }
-        if (!read_document(connection, size, text, full, error)) {
-            return false;
-        }
-        if (document_ == size) {
-            close(text);
-        }
-        return true;
+        return read_document(connection, size, text, full, error);
     }
 
     /// Goes on with the stored document up to `end`, until the text is full.
@@ -153,22 +175,21 @@ private:
 
     std::int64_t piece_count() const { return watch_->pieces_at() ? watch_->piece_count() : 0; }
 
-    void close(std::string& text)
-    {
-        text += in_rows_ ? "]}" : "";
-        end();
-    }
-
     Find find_;
-    bool in_rows_;
+    Form form_;
     std::optional<Set_Watch> watch_;
     std::int64_t document_ = 0; ///< bytes of the stored document that have been read
     std::int64_t place_ = 0;    ///< of the last piece that has been read
 };
 
-Opened_View view_of(const UUID_Bytes& uuid, bool in_rows, const View_Limits& limits)
+Document_View::Form form_of(const View_Arguments& arguments)
 {
-    return std::make_unique<Document_View>(limits, in_rows,
+    return wants_text(arguments) ? Document_View::TEXT : Document_View::OBJECT;
+}
+
+Opened_View view_of(const UUID_Bytes& uuid, Document_View::Form form, const View_Limits& limits)
+{
+    return std::make_unique<Document_View>(limits, form,
                                            [uuid](Database_Connection&, std::optional<UUID_Bytes>& set, Error&) {
                                                set = uuid;
                                                return true;
@@ -222,13 +243,13 @@ Select_SQL latest_select(const UUID_Bytes& resource, const std::string& type, bo
 
 Opened_View open_set(const View_Description&, const View_Arguments& arguments, const View_Limits& limits, Error&)
 {
-    return view_of(*arguments.uuid("uuid"), true, limits);
+    return view_of(*arguments.uuid("uuid"), form_of(arguments), limits);
 }
 
 Opened_View open_latest(const View_Description&, const View_Arguments& arguments, const View_Limits& limits, Error&)
 {
     return std::make_unique<Document_View>(
-        limits, true,
+        limits, form_of(arguments),
         [resource = *arguments.uuid("resource"),
          type = arguments.text("type")](Database_Connection& connection, std::optional<UUID_Bytes>& set, Error& error) {
             return find_latest(connection, resource, type, set, error);
@@ -243,7 +264,7 @@ std::unique_ptr<View> open_document(std::string_view uuid, Error& error, const V
         refuse(error, "uuid", shown(uuid) + " is no UUID of a set");
         return nullptr;
     }
-    return view_of(*bytes, false, limits);
+    return view_of(*bytes, Document_View::BARE, limits);
 }
 
 } // namespace catalog::service

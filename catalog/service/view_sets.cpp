@@ -127,7 +127,7 @@ Opened_View open_sets(const View_Description&, const View_Arguments& arguments, 
 {
     const std::string life = arguments.text("life").empty() ? "committed" : arguments.text("life");
     if (life != "committed") {
-        for (const char* filter : {"host", "resource", "minor_resource", "state", "since", "until"}) {
+        for (const char* filter : {"uuid", "host", "resource", "minor_resource", "state", "since", "until"}) {
             if (!arguments.text(filter).empty()) {
                 refuse(error, filter,
                        '"' + std::string(filter) + "\" chooses among committed sets only, \"life\" is " + shown(life));
@@ -149,7 +149,8 @@ Opened_View open_sets(const View_Description&, const View_Arguments& arguments, 
                       .minor_resource = arguments.text("minor_resource"),
                       .state = arguments.text("state"),
                       .since = arguments.time("since"),
-                      .until = arguments.time("until")};
+                      .until = arguments.time("until"),
+                      .uuid = arguments.text("uuid")};
     return std::make_unique<Sets_View>(limits, arguments.count("limit"), std::move(filter), life, after);
 }
 

@@ -2,6 +2,7 @@
 #include "backup_set/common/backup_set_result_handler.h"
 #include "backup_set/common/translation_tables.h"
 #include "catalog/service/view_families.h"
+#include "catalog/service/view_form.h"
 #include "catalog/service/view_parts.h"
 #include "catalog/store/refusal.h"
 #include "catalog/store/set_listing.h"
@@ -59,9 +60,17 @@ public:
 class Rows_Printer final : public JSON_Result_Printer
 {
 public:
-    Rows_Printer(JSON_Text& text, std::function<void(std::string_view)> take) :
-        JSON_Result_Printer(text.get()), text_(text), take_(std::move(take))
-    {}
+    using Take = std::function<void(std::string_view uuid, std::string_view json)>;
+
+    Rows_Printer(JSON_Text& text, Take take) : JSON_Result_Printer(text.get()), text_(text), take_(std::move(take)) {}
+
+    bool print_cstr(int index, const char* key, const char* value, std::size_t length) override
+    {
+        if (depth_ == 1 && std::string_view(key) == "uuid") {
+            uuid_.assign(value, length);
+        }
+        return JSON_Result_Printer::print_cstr(index, key, value, length);
+    }
 
     bool begin_row() override
     {
@@ -74,7 +83,7 @@ public:
             return false;
         }
         if (--depth_ == 0) {
-            take_(text_.view());
+            take_(uuid_, text_.view());
             text_.clear();
         }
         return true;
@@ -82,7 +91,8 @@ public:
 
 private:
     JSON_Text& text_;
-    std::function<void(std::string_view)> take_;
+    Take take_;
+    std::string uuid_;
     std::size_t depth_ = 0;
 };
 
@@ -149,10 +159,16 @@ database::sql::Query_Result_Handler* handler_of(const Set_Type& type)
 class Type_View final : public Part_View
 {
 public:
-    Type_View(const View_Limits& limits, std::uint64_t limit, const Set_Type& type, std::optional<UUID_Bytes> one_set,
-              std::optional<Place> after) :
+    struct Form
+    {
+        bool records; ///< what the records write; else the rows, with storages and pieces
+        bool text;    ///< the JSON texts, else the objects
+    };
+
+    Type_View(const View_Limits& limits, std::uint64_t limit, const Set_Type& type, Form form,
+              std::optional<UUID_Bytes> one_set, std::optional<Place> after) :
         Part_View(limits),
-        type_(type), one_set_(one_set), last_(std::move(after)),
+        type_(type), form_(form), one_set_(one_set), last_(std::move(after)),
         left_(limit != 0 ? limit : std::numeric_limits<std::uint64_t>::max())
     {}
 
@@ -185,7 +201,7 @@ private:
         }
         const std::size_t count = fitting(found.places);
         const Place& last = found.places[count - 1];
-        const bool is_cut = count == 1 && last.piece_count > most_pieces();
+        const bool is_cut = !form_.records && count == 1 && last.piece_count > most_pieces();
         const std::size_t before = text.size();
         if (!write_rows(store, last, is_cut, text, error)) {
             return false;
@@ -213,6 +229,9 @@ private:
         std::int64_t pieces = 0;
         std::size_t count = 0;
         const std::size_t wanted = left_ < places.size() ? static_cast<std::size_t>(left_) : places.size();
+        if (form_.records) {
+            return wanted; // their pieces are no part of them
+        }
         while (count < wanted && (count == 0 || pieces + places[count].piece_count <= most_pieces())) {
             pieces += places[count].piece_count;
             ++count;
@@ -231,6 +250,9 @@ private:
             add_place(sql, type_, *last_, "<");
         }
         add_place(sql, type_, last, ">=");
+        if (form_.records) {
+            return write_records(store.connection(), sql, text, error);
+        }
         if (base_of(type_) == nullptr) {
             sql.add_key(uuid_column(type_), "uuid");
         }
@@ -239,16 +261,66 @@ private:
             sql.add_key(uuid_column(type_), "pieces");
         }
         JSON_Text json;
-        Rows_Printer printer(json, [&](std::string_view row) {
-            if (has_rows_) {
-                text += ',';
+        Rows_Printer printer(json, [&](std::string_view uuid, std::string_view row) {
+            begin_row(text, uuid);
+            append(text, is_cut ? row.substr(0, row.size() - 1) : row);
+            if (is_cut) {
+                append(text, R"(,"pieces":[)");
+            } else {
+                end_row(text);
             }
-            has_rows_ = true;
-            text += is_cut ? row.substr(0, row.size() - 1) : row;
-            text += is_cut ? R"(,"pieces":[)" : "";
         });
         return store.connection().query_and_print(sql, printer, GM_ORM_ROWS, handler_of(type_))
                || fail(error, store.connection().last_error());
+    }
+
+    bool write_records(Database_Connection& connection, const Select_SQL& sql, std::string& text, Error& error)
+    {
+        JSON_Text json;
+        bool written = true;
+        const auto take = [&](Backup_Set& record) {
+            json.clear();
+            written = record.generate(json.get());
+            begin_row(text, record.uuid);
+            append(text, json.view());
+            end_row(text);
+            return written;
+        };
+        if (type_.load(connection, sql, take, type_.handler())) {
+            return true;
+        }
+        Database_Error reason = connection.last_error();
+        if (!written) {
+            reason.kind = Database_Error::CORRUPT;
+            reason.message = "a set of type \"" + std::string(type_.id) + "\" cannot be written";
+        }
+        return fail(error, reason);
+    }
+
+    void begin_row(std::string& text, std::string_view uuid)
+    {
+        text += has_rows_ ? "," : "";
+        has_rows_ = true;
+        if (form_.text) {
+            begin_text_row(text, uuid);
+        }
+    }
+
+    /// Goes on with the JSON of a row.
+    void append(std::string& text, std::string_view json) const
+    {
+        if (form_.text) {
+            append_quoted(text, json);
+        } else {
+            text += json;
+        }
+    }
+
+    void end_row(std::string& text) const
+    {
+        if (form_.text) {
+            end_text_row(text);
+        }
     }
 
     /// Goes on with the pieces of a row that is cut.
@@ -273,7 +345,7 @@ private:
                 throw Enough();
             }
             text += pieces_read_ > 0 ? "," : "";
-            text += row;
+            append(text, row);
             pieces_read_ = place;
             ++seen;
         });
@@ -287,6 +359,7 @@ private:
         }
         if (!has_more) {
             text += "]}";
+            end_row(text);
             cut_row_.reset();
         }
         return true;
@@ -316,6 +389,7 @@ private:
     }
 
     const Set_Type& type_;
+    const Form form_;
     std::optional<UUID_Bytes> one_set_;
     std::optional<Place> last_;
     std::uint64_t left_;
@@ -370,8 +444,8 @@ Select_SQL type_places_select(const Set_Type& type, const std::optional<UUID_Byt
     return sql;
 }
 
-Opened_View open_type_sets(const View_Description& view, const View_Arguments& arguments, const View_Limits& limits,
-                           Error& error)
+static Opened_View open_type_view(const View_Description& view, bool records, const View_Arguments& arguments,
+                                  const View_Limits& limits, Error& error)
 {
     const std::string after = arguments.text("after");
     std::optional<Place> place;
@@ -390,8 +464,21 @@ Opened_View open_type_sets(const View_Description& view, const View_Arguments& a
             place = Place{key->start_time, key->uuid};
         }
     }
-    return std::make_unique<Type_View>(limits, arguments.count("limit"), *view.type, arguments.uuid("uuid"),
+    const Type_View::Form form{records, wants_text(arguments)};
+    return std::make_unique<Type_View>(limits, arguments.count("limit"), *view.type, form, arguments.uuid("uuid"),
                                        std::move(place));
+}
+
+Opened_View open_type_sets(const View_Description& view, const View_Arguments& arguments, const View_Limits& limits,
+                           Error& error)
+{
+    return open_type_view(view, false, arguments, limits, error);
+}
+
+Opened_View open_type_records(const View_Description& view, const View_Arguments& arguments, const View_Limits& limits,
+                              Error& error)
+{
+    return open_type_view(view, true, arguments, limits, error);
 }
 
 } // namespace catalog::service

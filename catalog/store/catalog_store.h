@@ -53,6 +53,7 @@ struct Set_Filter
     std::string state = {};                ///< name of a state that one of its copies has ("online")
     std::optional<std::time_t> since = {}; ///< started at this time or later
     std::optional<std::time_t> until = {}; ///< started before this time
+    std::string uuid = {};                 ///< of the set itself, in any spelling
 };
 
 /// One page of a listing: newest first, sets that started at the same time by uuid.

@@ -162,6 +162,10 @@ bool list_select(const Set_Filter& filter, std::size_t limit, std::string_view a
     if (!filter.resource.empty() && !(resource = read_uuid(filter.resource))) {
         return refuse(error, {}, shown(filter.resource) + " is no UUID of a resource");
     }
+    std::optional<UUID_Bytes> set;
+    if (!filter.uuid.empty() && !(set = read_uuid(filter.uuid))) {
+        return refuse(error, {}, shown(filter.uuid) + " is no UUID of a set");
+    }
     std::optional<Page_Key> key;
     if (!after.empty() && !(key = read_page_key(after))) {
         return refuse(error, {}, shown(after) + " is no key of a page: a listing gives one as \"next\"");
@@ -172,7 +176,7 @@ bool list_select(const Set_Filter& filter, std::size_t limit, std::string_view a
 
     // Where nothing but the state chooses, the index of the states leads; else that of the other choice does.
     const bool by_state = state != 0 && filter.type.empty() && filter.host.empty() && filter.resource.empty()
-                          && filter.minor_resource.empty();
+                          && filter.minor_resource.empty() && !set;
     if (by_state) {
         sql.table("backup_set_state", "s").join("backup_set", "b", "b.uuid = s.set_uuid");
         sql.where("s.state_bit = :state").bind(":state", static_cast<std::int64_t>(state));
@@ -195,6 +199,9 @@ bool list_select(const Set_Filter& filter, std::size_t limit, std::string_view a
     }
     if (resource) {
         sql.where("b.resource_uuid = :resource").bind(":resource", *resource);
+    }
+    if (set) {
+        sql.where("b.uuid = :uuid").bind(":uuid", *set);
     }
     if (!filter.minor_resource.empty()) {
         sql.where("b.minor_resource_id = :minor_resource").bind(":minor_resource", filter.minor_resource);

@@ -43,18 +43,18 @@ TEST_P(View_Open_Test, an_unknown_view_is_refused_with_all_of_the_module)
     EXPECT_EQ(error.key, "view");
     EXPECT_EQ(error.message, "unknown view \"set?s\"; module backup_set has: sets, set, latest, chain, storages, "
                              "pieces, pool");
-    EXPECT_EQ(refusal_of("oracle", "set", {}).message, "unknown view \"set\"; module oracle has: sets");
+    EXPECT_EQ(refusal_of("oracle", "set", {}).message, "unknown view \"set\"; module oracle has: sets, records");
 }
 
 TEST_P(View_Open_Test, an_unknown_parameter_is_refused_with_all_of_the_view)
 {
     const Error error = refusal_of("set", {{"uuid", some}, {"uid", some}});
     EXPECT_EQ(error.key, "uid");
-    EXPECT_EQ(error.message, "unknown parameter \"uid\"; view set of module backup_set has: uuid");
+    EXPECT_EQ(error.message, "unknown parameter \"uid\"; view set of module backup_set has: uuid, form");
     EXPECT_EQ(refusal_of("oracle", "sets", {{"host", "x"}}).message,
-              "unknown parameter \"host\"; view sets of module oracle has: uuid, limit, after");
+              "unknown parameter \"host\"; view sets of module oracle has: uuid, limit, after, form");
     EXPECT_EQ(refusal_of("set", {{"", some}}).message,
-              "unknown parameter \"\"; view set of module backup_set has: uuid");
+              "unknown parameter \"\"; view set of module backup_set has: uuid, form");
 }
 
 TEST_P(View_Open_Test, a_missing_parameter_is_refused)
@@ -62,10 +62,10 @@ TEST_P(View_Open_Test, a_missing_parameter_is_refused)
     const Error error = refusal_of("latest", {{"type", "oracle"}});
     EXPECT_EQ(error.key, "resource");
     EXPECT_EQ(error.message,
-              "\"resource\" is missing: view latest of module backup_set needs it; it has: resource, type");
+              "\"resource\" is missing: view latest of module backup_set needs it; it has: resource, type, form");
     for (const Value& none : {Value(), Value(""), Value(json_spirit::Secure_String(""))}) {
         EXPECT_EQ(refusal_of("set", {{"uuid", none}}).message,
-                  "\"uuid\" is missing: view set of module backup_set needs it; it has: uuid");
+                  "\"uuid\" is missing: view set of module backup_set needs it; it has: uuid, form");
     }
 }
 
@@ -178,7 +178,7 @@ TEST_P(View_Open_Test, each_view_is_described_once_and_its_parameters_too)
         std::ranges::sort(parameters);
         EXPECT_EQ(std::ranges::adjacent_find(parameters), parameters.end()) << names.back();
     }
-    EXPECT_EQ(names.size(), 7u + 34u);
+    EXPECT_EQ(names.size(), 7u + 2 * 34u);
     std::ranges::sort(names);
     EXPECT_EQ(std::ranges::adjacent_find(names), names.end());
 }
