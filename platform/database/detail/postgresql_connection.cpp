@@ -266,7 +266,7 @@ private:
     bool has_stale_statements_ = false; ///< the server holds some that are not known here any more
     bool transaction_failed_ = false;   ///< the server waits for its end
     std::chrono::milliseconds server_time_limit_{0};
-    Wire_Parameters parameters_;        ///< of the command that is being made up
+    Wire_Parameters parameters_; ///< of the command that is being made up
 
     Answers* answers_ = nullptr;  ///< to the queries of the row that is being printed
     Answers* recorded_ = nullptr; ///< where the queries of a row ahead go
