@@ -1,4 +1,5 @@
 #include "backup_set/common/backup_set_storage_selector.h"
+#include "catalog/cli/catalog_access.h"
 #include "catalog/cli/command.h"
 #include "catalog/cli/copy_choice.h"
 #include "catalog/cli/session.h"
@@ -23,6 +24,7 @@ public:
         uuid.kind = Option::UUID;
         uuid.required = true;
         options = {uuid, {"--explain", "", "Print each copy and why it is chosen or not", &explain_}};
+        add_server_options(options, server_);
         examples = {{"choose-copy 6f1d2c3e-0d5b-4a6e-9f57-1c0b8a7d6e5f", "Prints the pool"},
                     {"choose-copy 6f1d2c3e-0d5b-4a6e-9f57-1c0b8a7d6e5f --explain", "Says why"}};
     }
@@ -30,13 +32,13 @@ public:
     Exit_Code run(Session& session) override
     {
         Exit_Code exit = DONE;
-        const std::unique_ptr<Catalog_Store> store = session.open_catalog(exit);
-        if (store == nullptr) {
+        const std::unique_ptr<Catalog_Access> catalog = open_access(session, server_, exit);
+        if (catalog == nullptr) {
             return exit;
         }
         std::string document;
         Error error;
-        if (!store->document(uuid_, document, error)) {
+        if (!catalog->document(uuid_, document, error)) {
             return session.tell(error);
         }
         json_spirit::Array storages;
@@ -75,6 +77,7 @@ private:
         table.write(out);
     }
 
+    Server_Options server_;
     std::string uuid_;
     bool explain_ = false;
 };

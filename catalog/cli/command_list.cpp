@@ -1,4 +1,5 @@
 #include "backup_set/common/backup_set_state.h"
+#include "catalog/cli/catalog_access.h"
 #include "catalog/cli/command.h"
 #include "catalog/cli/session.h"
 #include "catalog/cli/table.h"
@@ -181,15 +182,17 @@ public:
                    {"--limit", "N", "At most N sets, 50 when not given; 0 lifts the limit", &limit_},
                    {"--after", "KEY", "Go on behind the page that gave this key", &after_},
                    format};
+        add_server_options(options, server_);
         examples = {{"list --host db1 --since 2024-05-01", "Shows what was backed up on db1 since 1 May 2024"},
-                    {"list --state offline --limit 0 --format ndjson", "Prints all sets with an offline copy"}};
+                    {"list --state offline --limit 0 --format ndjson", "Prints all sets with an offline copy"},
+                    {"list --server ws://127.0.0.1:8765", "Asks a service on this host"}};
     }
 
     Exit_Code run(Session& session) override
     {
         Exit_Code exit = DONE;
-        const std::unique_ptr<Catalog_Store> store = session.open_catalog(exit);
-        if (store == nullptr) {
+        const std::unique_ptr<Catalog_Access> catalog = open_access(session, server_, exit);
+        if (catalog == nullptr) {
             return exit;
         }
         const std::unique_ptr<List_Writer> writer = make_writer(session);
@@ -200,7 +203,7 @@ public:
             Set_Page page;
             Error error;
             const std::size_t most = limit_ == 0 ? sets_a_page : std::min(left, sets_a_page);
-            if (!store->list(filter_, most, after, page, error)) {
+            if (!catalog->list(filter_, most, after, page, error)) {
                 // A key that no page gave is a matter of the command line.
                 return error.kind == Error::REFUSED ? session.tell(USAGE, error.message) : session.tell(error);
             }
@@ -224,6 +227,7 @@ private:
         return std::make_unique<Table_Writer>(session);
     }
 
+    Server_Options server_;
     Set_Filter filter_;
     std::size_t limit_ = 50;
     std::string after_;

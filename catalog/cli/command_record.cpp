@@ -1,3 +1,4 @@
+#include "catalog/cli/catalog_access.h"
 #include "catalog/cli/command.h"
 #include "catalog/cli/document_reader.h"
 #include "catalog/cli/session.h"
@@ -12,14 +13,13 @@ namespace catalog::cli {
 
 namespace {
 
-constexpr std::size_t documents_a_transaction = 100;
 constexpr std::size_t bytes_a_transaction = std::size_t{4} << 20;
 
 /// Records the documents of one input after the other, several in a transaction.
 class Recorder
 {
 public:
-    Recorder(Session& session, Catalog_Store& store) : session_(session), store_(store) {}
+    Recorder(Session& session, Catalog_Access& catalog) : session_(session), catalog_(catalog) {}
 
     /// False when going on makes no sense: the database has failed.
     bool record_file(const std::string& name)
@@ -67,7 +67,8 @@ private:
             batch_bytes_ += item.text.size();
             batch_.push_back(std::move(item.text));
             places_.push_back({item.number, item.line});
-            if (batch_.size() == documents_a_transaction || batch_bytes_ >= bytes_a_transaction || reader.must_wait()) {
+            if (batch_.size() >= catalog_.documents_at_once() || batch_bytes_ >= bytes_a_transaction
+                || reader.must_wait()) {
                 going_on = commit();
             }
         }
@@ -84,7 +85,7 @@ private:
         if (batch_.empty()) {
             return true;
         }
-        const std::vector<Record_Result> results = store_.record(batch_);
+        const std::vector<Record_Result> results = catalog_.record(batch_);
         std::size_t lost = 0;
         session_.diagnostics.clear_progress();
         for (std::size_t i = 0; i < results.size(); ++i) {
@@ -130,7 +131,7 @@ private:
     }
 
     Session& session_;
-    Catalog_Store& store_;
+    Catalog_Access& catalog_;
     std::string name_;
     std::vector<std::string> batch_;
     std::vector<Place> places_;
@@ -157,25 +158,31 @@ public:
             "already with other content is refused: standard error says where and why, the others are recorded all the "
             "same, and the exit code is 4. When the database fails the command ends with exit code 1; then all that was "
             "printed is in the catalog, and of all else no set is there by half. After a malformed document the next one "
-            "begins on the next line that has an opening brace in its first column.";
+            "begins on the next line that has an opening brace in its first column.\n\n"
+            "A service gets each document as it stands, in a request of its own; a commit that it only queues is awaited. "
+            "What it refuses for another reason than the document or its content (the role of the access key, a set that "
+            "is being recorded step by step or waits in the queue) is told with its reason and exit code 1.";
         Option file{"FILE", "", "A file to read; - is standard input", &files_};
         file.kind = Option::FILE;
         file.required = true;
         options = {file};
+        add_server_options(options, server_);
         examples = {{"record set.json", "Records one set"},
                     {"show 6f1d2c3e-0d5b-4a6e-9f57-1c0b8a7d6e5f --format json | backup-set --database sqlite:copy.db "
                      "record -",
-                     "Copies a set to another catalog"}};
+                     "Copies a set to another catalog"},
+                    {"record set.json --server https://backup.example:8765 --access-key-file key",
+                     "Records one set in the catalog behind a service"}};
     }
 
     Exit_Code run(Session& session) override
     {
         Exit_Code exit = DONE;
-        const std::unique_ptr<Catalog_Store> store = session.open_catalog(exit);
-        if (store == nullptr) {
+        const std::unique_ptr<Catalog_Access> catalog = open_access(session, server_, exit);
+        if (catalog == nullptr) {
             return exit;
         }
-        Recorder recorder(session, *store);
+        Recorder recorder(session, *catalog);
         for (const std::string& file : files_) {
             if (!recorder.record_file(file)) {
                 break;
@@ -185,6 +192,7 @@ public:
     }
 
 private:
+    Server_Options server_;
     std::vector<std::string> files_;
 };
 

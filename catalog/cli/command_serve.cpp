@@ -1,3 +1,4 @@
+#include "catalog/cli/address.h"
 #include "catalog/cli/command.h"
 #include "catalog/cli/pid_file.h"
 #include "catalog/cli/session.h"
@@ -8,7 +9,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -21,27 +21,6 @@ namespace {
 
 using Seconds = std::chrono::seconds;
 using Milliseconds = std::chrono::milliseconds;
-
-/// What is taken as "HOST:PORT"; the host of an IPv6 address stands in brackets.
-bool read_address(const std::string& text, std::string& host, std::uint16_t& port)
-{
-    const std::size_t colon = text.rfind(':');
-    if (colon == std::string::npos) {
-        return false;
-    }
-    const char* const end = text.data() + text.size();
-    const auto [stop, fault] = std::from_chars(text.data() + colon + 1, end, port);
-    host = text.substr(0, colon);
-    if (host.size() >= 2 && host.front() == '[' && host.back() == ']') {
-        host = host.substr(1, host.size() - 2);
-    } else if (host.find(':') != std::string::npos) {
-        return false;
-    }
-    if (host.empty()) {
-        host = "127.0.0.1";
-    }
-    return fault == std::errc() && stop == end;
-}
 
 bool is_loopback(const std::string& host)
 {
@@ -271,6 +250,9 @@ private:
         if (!read_address(listen_, server.host, server.port)) {
             fault = "--listen is HOST:PORT, with an IPv6 address in brackets";
             return false;
+        }
+        if (server.host.empty()) {
+            server.host = "127.0.0.1";
         }
         if (access_keys_.empty() && !is_loopback(server.host)) {
             fault = "without --access-keys it listens on a loopback address only, not on " + server.host;

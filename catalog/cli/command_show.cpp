@@ -1,3 +1,4 @@
+#include "catalog/cli/catalog_access.h"
 #include "catalog/cli/command.h"
 #include "catalog/cli/session.h"
 #include "catalog/cli/table.h"
@@ -101,6 +102,7 @@ public:
         Option format{"--format", "FORMAT", "How to print the set", &format_};
         format.choices = {"text", "json"};
         options = {uuid, format};
+        add_server_options(options, server_);
         examples = {{"show 6f1d2c3e-0d5b-4a6e-9f57-1c0b8a7d6e5f", "Shows a set to people"},
                     {"show 6f1d2c3e-0d5b-4a6e-9f57-1c0b8a7d6e5f --format json > set.json",
                      "Keeps its document, ready for `backup-set record` elsewhere"}};
@@ -109,13 +111,13 @@ public:
     Exit_Code run(Session& session) override
     {
         Exit_Code exit = DONE;
-        const std::unique_ptr<Catalog_Store> store = session.open_catalog(exit);
-        if (store == nullptr) {
+        const std::unique_ptr<Catalog_Access> catalog = open_access(session, server_, exit);
+        if (catalog == nullptr) {
             return exit;
         }
         std::string document;
         Error error;
-        if (!store->document(uuid_, document, error)) {
+        if (!catalog->document(uuid_, document, error)) {
             return session.tell(error);
         }
         if (format_ == "json") {
@@ -162,6 +164,7 @@ private:
         return DONE;
     }
 
+    Server_Options server_;
     std::string uuid_;
     std::string format_ = "text";
 };

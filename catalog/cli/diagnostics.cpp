@@ -75,6 +75,18 @@ bool Diagnostics::release()
     return unclaimed_;
 }
 
+std::string Diagnostics::claim()
+{
+    std::string text;
+    for (const std::string& message : held_) {
+        if (text.find(message) == std::string::npos) {
+            text += (text.empty() ? "" : "; ") + message;
+        }
+    }
+    held_.clear();
+    return text;
+}
+
 void Diagnostics::progress(std::string_view text)
 {
     if (!terminal_ || now_ms() - last_progress_ms_ < progress_pace_ms) {

@@ -35,6 +35,9 @@ public:
     /// Shows the errors that were logged and claimed by nobody. True when there were any, now or before.
     bool release();
 
+    /// The errors that were logged, each once, in one line; they are held no longer.
+    std::string claim();
+
     /// Drops the errors that were logged: they are of no interest.
     void forget() { held_.clear(); }
 

@@ -9,12 +9,6 @@ namespace catalog::cli {
 
 namespace {
 
-std::string environment(const char* name)
-{
-    const char* value = std::getenv(name);
-    return value != nullptr ? value : "";
-}
-
 /// The folder for the catalog that is used when no other is named; empty when the environment tells of none.
 std::filesystem::path default_folder()
 {
@@ -28,6 +22,12 @@ std::filesystem::path default_folder()
 }
 
 } // namespace
+
+std::string environment(const char* name)
+{
+    const char* value = std::getenv(name);
+    return value != nullptr ? value : "";
+}
 
 std::string database_url(const std::string& given)
 {

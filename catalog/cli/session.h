@@ -36,6 +36,9 @@ public:
     std::string database; ///< as given on the command line; empty: the environment's or the default
 };
 
+/// A variable of the environment; empty when it is not set.
+std::string environment(const char* name);
+
 /// The database's URL: `given`, or else the environment's BACKUP_SET_DATABASE, or else a file below the user's data
 /// folder. Empty when there is none of these.
 std::string database_url(const std::string& given);

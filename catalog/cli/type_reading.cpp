@@ -44,43 +44,41 @@ Exit_Code tell_selects_nothing(Session& session, const Set_Type& type)
                                    + "\" has no select: its sets are read with `backup-set show UUID`");
 }
 
-Type_Reading open_type_reading(Session& session, const std::string& type_id, const std::string& uuid, Exit_Code& exit)
+Exit_Code
+print_sets(Session& session, const Server_Options& server, const std::string& type_id, const std::string& uuid,
+           bool (Catalog_Access::*read)(const Set_Type&, const std::string&, const Catalog_Access::Take&, Error&))
 {
-    Type_Reading reading;
-    reading.type = find_set_type(type_id);
-    if (selects_nothing(*reading.type)) {
-        exit = tell_selects_nothing(session, *reading.type);
-        return reading;
+    const Set_Type& type = *find_set_type(type_id);
+    if (selects_nothing(type)) {
+        return tell_selects_nothing(session, type);
     }
-    std::unique_ptr<Catalog_Store> store = session.open_catalog(exit);
+    Exit_Code exit = DONE;
+    const std::unique_ptr<Catalog_Access> catalog = open_access(session, server, exit);
+    if (catalog == nullptr) {
+        return exit;
+    }
+    if (type.base_alias(type.aliases) == nullptr) {
+        session.diagnostics.note(reading_note(type));
+    }
+    std::size_t count = 0;
+    const auto take = [&](std::string_view json) {
+        session.diagnostics.clear_progress();
+        session.out.line(json);
+        session.diagnostics.progress(count_of(++count, "set"));
+        return session.out.good();
+    };
     Error error;
-    if (store == nullptr) {
-        return reading;
-    }
-    if (!store->type_select(*reading.type, uuid, reading.sql, error)) {
-        exit = session.tell(error);
-        return reading;
-    }
-    if (reading.type->base_alias(reading.type->aliases) == nullptr) {
-        session.diagnostics.note(reading_note(*reading.type));
-    }
-    reading.store = std::move(store);
-    return reading;
-}
-
-Exit_Code finish_reading(Session& session, Type_Reading& reading, bool succeeded, const std::string& uuid,
-                         std::size_t rows)
-{
+    const bool succeeded = (*catalog.*read)(type, uuid, take, error);
     if (!session.out.good()) {
-        session.diagnostics.forget(); // the query was given up because its rows went nowhere
+        session.diagnostics.forget(); // reading was given up because its rows went nowhere
         return DONE;
     }
     if (!succeeded) {
-        return session.tell(FAILED, "reading the catalog failed after " + count_of(rows, "set") + ": "
-                                        + reading.store->connection().last_error().text());
+        return session.tell(FAILED,
+                            "reading the catalog failed after " + count_of(count, "set") + ": " + error.message);
     }
-    if (rows == 0 && !uuid.empty()) {
-        return session.tell(NOT_FOUND, std::string("no set of type \"") + reading.type->id + "\" has the UUID " + uuid);
+    if (count == 0 && !uuid.empty()) {
+        return session.tell(NOT_FOUND, "no set of type \"" + type_id + "\" has the UUID " + uuid);
     }
     return DONE;
 }
