@@ -1,15 +1,18 @@
 // A backup agent for directories, as a model of how an agent uses the library.
 //
-//   file_agent backup [DIRECTORY] --pool POOL [--parent UUID --since-index FILE] [--document FILE]
+//   file_agent backup [DIRECTORY] --pool POOL [--parent UUID --since-index FILE] [--document FILE] [--server HOST:PORT]
 //   file_agent restore PATH --pool POOL --set UUID --to FILE
 //
 // `backup` stores a directory's files in the pool as tar segments, beside them an index of all files with their
-// checksums, and writes the document of the set for the catalog. A run with a parent stores only what has changed since
-// the parent's index; its own index still names every file, so that one index is enough to find any of them. `restore`
-// brings one file back, and keeps it only if its checksum is that of the index.
+// checksums, and writes the document of the set for the catalog. With a server it records the set at the catalog service
+// while it works. A run with a parent stores only what has changed since the parent's index; its own index still names
+// every file, so that one index is enough to find any of them. `restore` brings one file back, and keeps it only if its
+// checksum is that of the index.
 //
-// Exit code: 0 done, 1 failed (nothing is left behind), 2 wrong use, 3 done, but what was reported is left out.
+// Exit code: 0 done, 1 failed (nothing is left behind, unless the catalog may have the set), 2 wrong use, 3 done, but what
+// was reported is left out.
 #include "backup_set/common/file_backup_set.h"
+#include "catalog_run.h"
 #include "file_index.h"
 #include "host.h"
 #include "platform/json/json_generator.h"
@@ -34,7 +37,9 @@ struct Options
 {
     fs::path source = ".";
     fs::path pool;
-    fs::path document; ///< empty: standard output
+    fs::path document;  ///< empty: standard output, unless there is a server
+    std::string server; ///< of the catalog; empty: none
+    fs::path access_key_file;
     std::vector<fs::path> exclude;
     std::uint64_t segment_mib = 64;
     std::string parent; ///< empty: a full backup
@@ -75,6 +80,9 @@ public:
         const fs::path directory = options_.pool / set_.uuid;
         try {
             fs::create_directory(directory);
+            if (!options_.server.empty()) {
+                catalog_.emplace(set_);
+            }
             New_File& index = index_.emplace(directory / index_name);
             write_line(index, {{"set", set_.uuid}, {"seq", set_.seq}, {"source", percent_encoded(source_.native())}});
             walk({});
@@ -87,10 +95,18 @@ public:
                                    {"unchanged", unchanged_},
                                    {"left_out", left_out_}};
             index.finish();
+            finish_set();
+            if (catalog_) {
+                catalog_->commit(set_);
+            }
             write_document();
             log_at(LM_INFO, "set %s: %u entries, %u of them unchanged, %u left out\n", set_.uuid.c_str(), entries_,
                    unchanged_, left_out_);
         } catch (...) {
+            if (catalog_ && !catalog_->take_back()) {
+                log_at(LM_ERROR, "the catalog may have set %s; what is stored of it was kept\n", set_.uuid.c_str());
+                throw;
+            }
             std::error_code error;
             fs::remove_all(directory, error);
             throw;
@@ -255,10 +271,13 @@ private:
         segment_.reset();
         set_.add_piece(piece);
         set_.size += static_cast<ACE_INT64>(piece.size);
+        if (catalog_) {
+            catalog_->add_piece(piece);
+        }
     }
 
-    /// All data is on the disk: now the set may be told about.
-    void write_document()
+    /// All data is on the disk.
+    void finish_set()
     {
         set_.backup_end_time = std::time(nullptr);
         Backup_Set_Storage storage;
@@ -266,6 +285,13 @@ private:
         storage.size = set_.size;
         storage.state.set_bits(Backup_Set_State::ONLINE_BIT);
         set_.add_storage(storage);
+    }
+
+    void write_document()
+    {
+        if (catalog_ && options_.document.empty()) {
+            return;
+        }
         const std::string document = to_json(set_) + "\n";
         if (options_.document.empty()) {
             if (!(std::cout << document << std::flush)) {
@@ -282,6 +308,7 @@ private:
     const fs::path source_;
     const std::string pool_uuid_;
     File_Backup_Set set_;
+    std::optional<Catalog_Run> catalog_;
     Index since_; ///< empty for a full backup
     std::optional<New_File> index_;
     std::optional<Tar_Segment> segment_;
@@ -330,7 +357,10 @@ int main(int argc, char** argv)
     CLI::App& backup = *app.add_subcommand("backup", "Store a directory in a pool, write the set's document");
     backup.add_option("DIRECTORY", options.source, "What to back up (default: here)");
     backup.add_option("--pool", options.pool, "Directory of the pool")->required();
-    backup.add_option("--document", options.document, "Where the document goes (default: standard output)");
+    backup.add_option("--document", options.document,
+                      "Where the document goes (default: standard output, without a server)");
+    CLI::Option* server = backup.add_option("--server", options.server, "HOST:PORT of the catalog service");
+    backup.add_option("--access-key-file", options.access_key_file, "File that holds the key for it")->needs(server);
     backup.add_option("--exclude", options.exclude, "Path in DIRECTORY to leave alone; may be repeated");
     backup.add_option("--segment-size", options.segment_mib, "MiB after which a new segment begins (64)");
     CLI::Option* parent = backup.add_option("--parent", options.parent, "Set to which this one is incremental");
@@ -347,6 +377,10 @@ int main(int argc, char** argv)
     try {
         app.parse(argc, argv);
         ::umask(077);
+        if (!options.server.empty()) {
+            use_catalog_service(options.server,
+                                options.access_key_file.empty() ? "" : first_line(options.access_key_file));
+        }
         if (backup.parsed()) {
             return Backup(options).run() ? 0 : 3;
         }
