@@ -7,45 +7,13 @@
 #include "bench/set_writer.h"
 #include "bench/sides.h"
 #include "bench/sqlite.h"
+#include "bench/supply.h"
 #include "catalog/store/catalog_store.h"
 
 #include <algorithm>
 #include <memory>
-#include <numeric>
 
 namespace {
-
-/// The next sets to record, in the order of their uuids, in which the store writes them. Each party gets the same ones.
-class Supply
-{
-public:
-    explicit Supply(std::size_t count) : count_(count) {}
-
-    void refill()
-    {
-        std::vector<Oracle_Backup_Set> sets;
-        for (std::size_t i = 0; i < count_; ++i) {
-            sets.push_back(workload::make_set(next_++, workload::JSON_Columns::FILLED));
-        }
-        std::vector<std::size_t> order(count_);
-        std::iota(order.begin(), order.end(), std::size_t{0});
-        std::ranges::sort(order, {}, [&sets](std::size_t i) -> const std::string& { return sets[i].uuid; });
-        documents.clear();
-        rows.clear();
-        for (const std::size_t i : order) {
-            documents.push_back(to_json(sets[i]));
-            catalog::Error error;
-            require(catalog::read_document(documents.back(), rows.emplace_back(), error), error.message);
-        }
-    }
-
-    std::vector<std::string> documents;
-    std::vector<catalog::Set_Rows> rows;
-
-private:
-    std::size_t count_;
-    std::uint64_t next_ = 0;
-};
 
 std::unique_ptr<catalog::Catalog_Store> open_store(const std::string& url)
 {

@@ -10,6 +10,9 @@ int main(int argc, char** argv)
     if (argc == 3 && std::string_view(argv[1]) == "--read-rows") {
         return read_rows_alone(argv[2]);
     }
+    if (argc == 3 && std::string_view(argv[1]) == "--serve") {
+        return serve_alone(argv[2]);
+    }
     // Medians of nine unless told otherwise.
     char repetitions[] = "--benchmark_repetitions=9";
     std::vector<char*> arguments{argv[0], repetitions};
@@ -25,6 +28,7 @@ int main(int argc, char** argv)
     register_rows_to_json();
     register_commit();
     register_memory();
+    register_service();
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
 }
