@@ -10,6 +10,13 @@ for library in backup_platform backup_set; do
         exit 1
     fi
 done
-"$PREFIX/bin/backup-set" --help >/dev/null
 grep -q '^\.TH' "$PREFIX/share/man/man1/backup-set.1"
+help=$("$PREFIX/bin/backup-set" --help)
+for command in record serve access-key queue; do
+    if ! grep -q "^  $command " <<<"$help" \
+        || ! grep -q "^\.SS ${command/-/\\\\-} " "$PREFIX/share/man/man1/backup-set.1"; then
+        echo "the help or the manual page does not tell of $command" >&2
+        exit 1
+    fi
+done
 bash -n "$PREFIX/share/bash-completion/completions/backup-set"
