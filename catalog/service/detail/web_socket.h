@@ -161,8 +161,29 @@ private:
         }
         receiving_ = false;
         message_deadline_.clear();
+        if (is_broken_off()) {
+            close(Close_Code::bad_payload, "a message breaks off within a character");
+            return;
+        }
         take_message();
         read();
+    }
+
+    /// Whether the message ends within a character of UTF-8, which the stream overlooks where an empty frame is the last.
+    bool is_broken_off() const
+    {
+        const auto* const text = static_cast<const unsigned char*>(buffer_.data().data());
+        for (std::size_t back = 1; back <= std::min<std::size_t>(buffer_.size(), 3); ++back) {
+            const unsigned char byte = text[buffer_.size() - back];
+            if (byte < 0x80) {
+                return false;
+            }
+            if (byte >= 0xc0) {
+                const std::size_t length = byte >= 0xf0 ? 4 : byte >= 0xe0 ? 3 : 2;
+                return back < length;
+            }
+        }
+        return false;
     }
 
     /// The stream has closed itself on what the peer sent, or the connection has gone.

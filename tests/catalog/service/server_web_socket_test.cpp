@@ -255,6 +255,8 @@ TEST_F(Server_Web_Socket_Test, faults_of_the_peer_close_with_their_code)
          Raw_Client::frame(1, std::string(600, 'x'), false) + Raw_Client::frame(0, std::string(600, 'x')), 1009},
         {"not UTF-8", Raw_Client::frame(1, "\xff\xfe"), 1007},
         {"broken off in a character", Raw_Client::frame(1, "\xe2\x82"), 1007},
+        {"broken off in a character before an empty piece",
+         Raw_Client::frame(1, "x\xf0\x9f\x98", false) + Raw_Client::frame(0, ""), 1007},
         {"not masked", std::string("\x81\x01x"), 1002},
         {"reserved bits", std::string("\xf1") + Raw_Client::frame(1, "x").substr(1), 1002},
         {"unknown kind", Raw_Client::frame(3, "x"), 1002},
