@@ -30,5 +30,6 @@ int main(int argc, char** argv)
     register_memory();
     register_service();
     benchmark::RunSpecifiedBenchmarks();
+    benchmark::ClearRegisteredBenchmarks(); // and all that they have opened, before the database server goes
     benchmark::Shutdown();
 }

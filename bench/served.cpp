@@ -81,12 +81,13 @@ Client::Client(const Served& served) :
     require(channel_.wait_until_open(), "no connection to the service");
 }
 
-void Client::call(const JSON_RPC_Object& request)
+JSON_RPC_Object_var Client::call(const JSON_RPC_Object& request)
 {
     constexpr int patience_s = 60;
     JSON_RPC_Object_var answer;
     require(channel_.call(request, answer, patience_s), "the service does not answer");
     require(answer->type() == JSON_RPC_Object::TYPE_RESPONSE, "the service refuses: " + answer->error_message());
+    return answer;
 }
 
 JSON_RPC_Object_var make_request(const char* method, std::string_view params)

@@ -36,7 +36,7 @@ public:
     explicit Client(const Served& served);
 
     /// Calls and waits for the answer, which has to be a success.
-    void call(const JSON_RPC_Object& request);
+    JSON_RPC_Object_var call(const JSON_RPC_Object& request);
 
 private:
     WebSocket_Channel channel_;

@@ -212,6 +212,7 @@ std::string catalog_of(std::size_t sets)
 }
 
 constexpr std::size_t pages = 50;
+constexpr std::size_t rows_of_page = 100;
 
 /// The first page of all sets, in a small catalog and in a large one.
 Sides first_pages()
@@ -224,7 +225,8 @@ Sides first_pages()
         void read()
         {
             for (std::size_t i = 0; i < pages; ++i) {
-                client_.call(*request_);
+                const JSON_RPC_Object_var page = client_.call(*request_);
+                require(page->result().get_obj().at("rows").get_array().size() == rows_of_page, "no whole page");
             }
         }
 
@@ -232,7 +234,7 @@ Sides first_pages()
         Served served_;
         Client client_{served_};
         JSON_RPC_Object_var request_ =
-            make_request("backup_set.select", R"({"module":"backup_set","view":"sets","param":{}})");
+            make_request("backup_set.select", R"({"module":"backup_set","view":"sets","param":{"limit":100}})");
     };
 
     const auto large = std::make_shared<Pages>(1000000);
