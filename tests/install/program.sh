@@ -3,14 +3,14 @@
 set -euo pipefail
 unset LD_LIBRARY_PATH
 
+libraries=$(ldd "$PREFIX/bin/backup-set")
 for library in backup_platform backup_set; do
-    if ! ldd "$PREFIX/bin/backup-set" | grep -qF "lib$library.so.0 => $PREFIX/"; then
+    if ! grep -qF "lib$library.so.0 => $PREFIX/" <<<"$libraries"; then
         echo "backup-set does not take lib$library.so.0 from its own prefix:" >&2
-        ldd "$PREFIX/bin/backup-set" >&2
+        echo "$libraries" >&2
         exit 1
     fi
 done
-grep -q '^\.TH' "$PREFIX/share/man/man1/backup-set.1"
 help=$("$PREFIX/bin/backup-set" --help)
 for command in record serve access-key queue; do
     if ! grep -q "^  $command " <<<"$help" \

@@ -1,7 +1,8 @@
-// What the tests of the commands share: running the program inside the test, and documents to record.
+// What the tests of the commands share: running the program inside the test, and catalogs to run it on.
 #pragma once
 
 #include "catalog/cli/program.h"
+#include "tests/catalog/store/sample_set.h"
 #include "tests/support/postgresql_database.h"
 #include "tests/support/temp_dir.h"
 
@@ -31,31 +32,11 @@ std::vector<std::string> lines(const std::string& text);
 /// How often `part` stands in `text`.
 std::size_t count(const std::string& text, const std::string& part);
 
-/// What a sample document says; the rest of it follows from the number.
-struct Sample
-{
-    int number = 1;
-    std::string type = "oracle"; ///< oracle, oracle_arch, oracle_exp, file
-    std::string name = "nightly";
-    std::string host = "db1";
-    int pieces = 3;
-    int storages = 2; ///< the first one online, the others replicas
-    std::string start = "2024-05-01 22:00:00";
-    std::string extra = {}; ///< further members, each with a comma before it
-};
-
-/// The UUID of the sample with this number.
-std::string sample_uuid(int number);
-
-/// The UUID of the `index`th pool of all samples, from 0.
-std::string pool_uuid(int index);
-
-/// A document as a program that links the library writes it, with `extra` behind.
-std::string document(const Sample& sample);
-std::string document(int number);
-
-/// Documents from `first` on, one a line.
-std::string documents(int first, int count);
+using sample_set::document;
+using sample_set::documents;
+using sample_set::pool_uuid;
+using sample_set::Sample;
+using sample_set::sample_uuid;
 
 /// A catalog of its own: an SQLite file, or a PostgreSQL database.
 class Catalog

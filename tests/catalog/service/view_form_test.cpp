@@ -1,8 +1,8 @@
 #include "catalog/service/view_form.h"
 
 #include "platform/json/object_get.h"
-#include "tests/catalog/cli/cli_test.h"
 #include "tests/catalog/service/view_test.h"
+#include "tests/catalog/store/sample_set.h"
 
 namespace {
 
@@ -26,11 +26,14 @@ protected:
         return all;
     }
 
-    std::vector<std::string> lines_of(const char* command, const std::string& type)
+    /// A result of objects with these texts.
+    static std::string result_of(const std::vector<std::string>& rows)
     {
-        const cli_test::Result written = cli_test::run({"--database", url(), command, type});
-        EXPECT_EQ(written.exit, 0) << written.err;
-        return cli_test::lines(written.out);
+        std::string text = R"({"rows":[)";
+        for (const std::string& row : rows) {
+            text += (&row == &rows.front() ? "" : ",") + row;
+        }
+        return text + "]}";
     }
 
     static std::string pieces(unsigned count)
@@ -61,17 +64,17 @@ TEST_P(View_Form_Test, a_document_is_its_text_in_parts_of_any_size)
     EXPECT_TRUE(whole("set", {{"uuid", uuid(1)}, {"form", "text"}}).starts_with(R"({"rows":[{"uuid":")" + uuid(1)));
 }
 
-TEST_P(View_Form_Test, rows_and_records_are_what_the_commands_print)
+TEST_P(View_Form_Test, texts_of_rows_and_records_are_those_of_the_objects)
 {
     int number = 0;
     for (const Set_Type& type : set_types()) {
         for (int i = 0; i < 3; ++i) {
-            cli_test::Sample sample;
+            sample_set::Sample sample;
             sample.number = ++number;
             sample.type = type.id;
             sample.name = "a\\\"b";
             sample.start = i == 0 ? "2024-05-01 22:00:00" : "2024-05-02 22:00:00";
-            record(cli_test::document(sample));
+            record(sample_set::document(sample));
         }
     }
     for (const Set_Type& type : set_types()) {
@@ -81,12 +84,10 @@ TEST_P(View_Form_Test, rows_and_records_are_what_the_commands_print)
             continue;
         }
         SCOPED_TRACE(type.id);
-        EXPECT_EQ(texts(whole(type.id, "sets", {{"form", "text"}})), lines_of("rows", type.id));
-        const std::vector<std::string> records = lines_of("load", type.id);
+        EXPECT_EQ(result_of(texts(whole(type.id, "sets", {{"form", "text"}}))), whole(type.id, "sets", {}));
+        const std::vector<std::string> records = texts(whole(type.id, "records", {{"form", "text"}}));
         ASSERT_EQ(records.size(), 3u);
-        EXPECT_EQ(texts(whole(type.id, "records", {{"form", "text"}})), records);
-        EXPECT_EQ(whole(type.id, "records", {}),
-                  R"({"rows":[)" + records[0] + ',' + records[1] + ',' + records[2] + "]}");
+        EXPECT_EQ(result_of(records), whole(type.id, "records", {}));
         std::vector<std::string> pages;
         std::string next;
         do {
@@ -106,10 +107,21 @@ TEST_P(View_Form_Test, rows_and_records_are_what_the_commands_print)
 TEST_P(View_Form_Test, a_row_with_many_pieces_is_one_text)
 {
     record(small(uuid(1), R"("backup_start_time":"2024-01-01 00:00:00","pieces":[)" + pieces(3000) + "]"));
-    const std::vector<std::string> rows = lines_of("rows", "oracle_exp");
-    ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(texts(read("oracle_exp", "sets", {{"form", "text"}}, parts_of(1000))), rows);
+    const std::vector<std::string> rows = texts(read("oracle_exp", "sets", {{"form", "text"}}, parts_of(1000)));
     EXPECT_GT(parts, 100u);
+    EXPECT_EQ(result_of(rows), read("oracle_exp", "sets", {}));
+    EXPECT_EQ(rows.size(), 1u);
+}
+
+TEST_P(View_Form_Test, a_record_is_the_document_without_what_is_no_column)
+{
+    sample_set::Sample sample;
+    sample.type = "file";
+    sample.pieces = 0;
+    sample.storages = 0;
+    record(sample_set::document(sample));
+    EXPECT_EQ(whole("file", "records", {}), result_of({sample_set::document(sample)}));
+    EXPECT_EQ(whole("file", "records", {{"uuid", uuid(9)}, {"form", "text"}}), R"({"rows":[]})");
 }
 
 TEST_P(View_Form_Test, a_form_that_there_is_not_is_refused)

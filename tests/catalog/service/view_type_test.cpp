@@ -1,6 +1,6 @@
 #include "platform/json/object_get.h"
-#include "tests/catalog/cli/cli_test.h"
 #include "tests/catalog/service/view_test.h"
+#include "tests/catalog/store/sample_set.h"
 
 #include <set>
 
@@ -14,11 +14,11 @@ class View_Type_Test : public View_Test
 protected:
     static std::string sample(int number, const std::string& type, const std::string& start = "2024-05-01 22:00:00")
     {
-        cli_test::Sample sample;
+        sample_set::Sample sample;
         sample.number = number;
         sample.type = type;
         sample.start = start;
-        return cli_test::document(sample);
+        return sample_set::document(sample);
     }
 
     static json_spirit::Array rows(const std::string& result)
@@ -50,23 +50,6 @@ protected:
 } // namespace
 
 CATALOG_TEST_ENGINES(View_Type_Test);
-
-TEST_P(View_Type_Test, a_row_is_what_the_command_writes)
-{
-    for (int i = 1; i <= 3; ++i) {
-        record(sample(i, "oracle", "2024-05-0" + std::to_string(i) + " 22:00:00"));
-    }
-    record(sample(4, "oracle_arch"));
-    const cli_test::Result written = cli_test::run({"--database", url(), "rows", "oracle"});
-    ASSERT_EQ(written.exit, 0) << written.err;
-    std::string expected = R"({"rows":[)";
-    for (const std::string& line : cli_test::lines(written.out)) {
-        expected += (expected.ends_with('[') ? "" : ",") + line;
-    }
-    expected += "]}";
-    EXPECT_EQ(rows(expected).size(), 3u);
-    EXPECT_EQ(whole("oracle", "sets", {}), expected);
-}
 
 TEST_P(View_Type_Test, the_rows_of_every_type_are_the_same_in_parts_and_in_pages)
 {
@@ -100,9 +83,9 @@ TEST_P(View_Type_Test, the_rows_of_every_type_are_the_same_in_parts_and_in_pages
         EXPECT_EQ(R"({"rows":[)" + joined + "]}", all);
         EXPECT_EQ(pages, 3u);
         for (int i = 0; i < 3; ++i) {
-            const json_spirit::Array one = rows(read(type.id, "sets", {{"uuid", cli_test::sample_uuid(number + i)}}));
+            const json_spirit::Array one = rows(read(type.id, "sets", {{"uuid", sample_set::sample_uuid(number + i)}}));
             ASSERT_EQ(one.size(), 1u);
-            EXPECT_EQ(object_get_str_or_throw(one[0].get_obj(), "uuid"), cli_test::sample_uuid(number + i));
+            EXPECT_EQ(object_get_str_or_throw(one[0].get_obj(), "uuid"), sample_set::sample_uuid(number + i));
             EXPECT_EQ(object_get_array_or_throw(one[0].get_obj(), "pieces").size(), 3u);
             EXPECT_EQ(object_get_array_or_throw(one[0].get_obj(), "storages").size(), 2u);
         }
@@ -116,8 +99,8 @@ TEST_P(View_Type_Test, the_key_of_a_page_is_the_start_and_the_uuid_or_the_uuid)
         record(sample(i, "oracle"));
         record(sample(10 + i, "hyperv"));
     }
-    EXPECT_EQ(next(whole("oracle", "sets", {{"limit", 1}})), "2024-05-01T22:00:00Z/" + cli_test::sample_uuid(2));
-    EXPECT_EQ(next(whole("hyperv", "sets", {{"limit", 1}})), cli_test::sample_uuid(12));
+    EXPECT_EQ(next(whole("oracle", "sets", {{"limit", 1}})), "2024-05-01T22:00:00Z/" + sample_set::sample_uuid(2));
+    EXPECT_EQ(next(whole("hyperv", "sets", {{"limit", 1}})), sample_set::sample_uuid(12));
 }
 
 TEST_P(View_Type_Test, a_row_with_many_pieces_comes_in_parts)
@@ -179,9 +162,9 @@ TEST_P(View_Type_Test, pages_cover_all_sets_once_while_others_are_recorded)
     EXPECT_GT(number, 45);
     for (int i = 0; i < number; ++i) {
         if (i < 40) {
-            EXPECT_EQ(seen.count(cli_test::sample_uuid(i)), 1u) << i;
+            EXPECT_EQ(seen.count(sample_set::sample_uuid(i)), 1u) << i;
         } else {
-            EXPECT_LE(seen.count(cli_test::sample_uuid(i)), 1u) << i;
+            EXPECT_LE(seen.count(sample_set::sample_uuid(i)), 1u) << i;
         }
     }
 }
