@@ -95,7 +95,21 @@ void Write_Engine::run()
         if (batch.empty()) {
             return;
         }
+        const std::size_t count = batch.size();
+        const Clock::time_point begin = Clock::now();
         work(std::move(batch), target);
+        await_company(count, Clock::now() - begin);
+    }
+}
+
+/// Clients that wait for each answer fall into two halves else, each of which waits for the other's transaction.
+void Write_Engine::await_company(std::size_t answered, Clock::duration took)
+{
+    std::unique_lock lock(mutex_);
+    const std::size_t all = std::min(answered + waiting_.size(), options_.most_together);
+    if (options_.writers <= 1 && all > 1) {
+        wake_.wait_for(lock, std::min<Clock::duration>(took / 2, options_.most_company),
+                       [&] { return stopping_ || waiting_.size() >= all; });
     }
 }
 

@@ -1,8 +1,10 @@
 // Writes of many clients at once: waiting requests share transactions.
 //
-// Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction; nobody waits
-// for company. Requests of one set are applied one after the other in the order in which they came. A lost database is
-// opened anew; requests meanwhile wait for a while and fail then. Thread-safe.
+// Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction. Nobody waits for
+// company, but for this: where there is one thread, it gives those whom it has just answered a moment to come again, so
+// that they share the next transaction with those who wait already. Requests of one set are applied one after the other
+// in the order in which they came. A lost database is opened anew; requests meanwhile wait for a while and fail then.
+// Thread-safe.
 #pragma once
 
 #include "catalog/store/write_request.h"
@@ -35,13 +37,14 @@ public:
 
 struct Write_Options
 {
-    std::size_t writers = 1;                     ///< threads, each with a connection
-    std::size_t most_waiting = 1000;             ///< requests
-    std::size_t most_waiting_bytes = 256u << 20; ///< of their params
-    std::size_t most_together = 64;              ///< requests of one transaction
-    std::size_t most_together_bytes = 8u << 20;  ///< of their params; one request may have more
-    std::chrono::milliseconds patience{5000};    ///< how long a request waits for a database that is lost
-    std::chrono::milliseconds most_pace{1000};   ///< between two attempts to open a lost database
+    std::size_t writers = 1;                      ///< threads, each with a connection
+    std::size_t most_waiting = 1000;              ///< requests
+    std::size_t most_waiting_bytes = 256u << 20;  ///< of their params
+    std::size_t most_together = 64;               ///< requests of one transaction
+    std::size_t most_together_bytes = 8u << 20;   ///< of their params; one request may have more
+    std::chrono::microseconds most_company{2000}; ///< that moment; never more than half of the transaction before
+    std::chrono::milliseconds patience{5000};     ///< how long a request waits for a database that is lost
+    std::chrono::milliseconds most_pace{1000};    ///< between two attempts to open a lost database
 };
 
 class Write_Engine
@@ -84,6 +87,7 @@ private:
     void run();
     Batch take();
     void work(Batch batch, std::unique_ptr<Write_Target>& target);
+    void await_company(std::size_t answered, Clock::duration took);
     void finish(Pending& pending, Write_Answer answer);
     void fail_expired(const Error& error);
 

@@ -4,6 +4,7 @@
 
 #include <future>
 #include <map>
+#include <thread>
 
 using namespace catalog;
 using namespace catalog::service;
@@ -142,6 +143,22 @@ TEST_F(Write_Engine_Test, requests_that_wait_share_a_transaction)
         EXPECT_FALSE(answer.get().error);
     }
     EXPECT_EQ(database.batches, (std::vector<std::vector<std::string>>{{"first"}, {"a", "b", "c"}, {"d", "e"}}));
+}
+
+TEST_F(Write_Engine_Test, who_was_just_answered_comes_along_with_those_who_wait)
+{
+    Write_Options options;
+    options.most_company = 30s; // half of the transaction before is less
+    Write_Engine engine(options, opener());
+    auto first = hold(engine);
+    auto waiting = submit(engine, "a", "a");
+    std::this_thread::sleep_for(1s); // is how long the transaction takes
+    release();
+    EXPECT_FALSE(first.get().error);
+    auto again = submit(engine, "b", "b");
+    EXPECT_FALSE(waiting.get().error);
+    EXPECT_FALSE(again.get().error);
+    EXPECT_EQ(database.batches, (std::vector<std::vector<std::string>>{{"first"}, {"a", "b"}}));
 }
 
 TEST_F(Write_Engine_Test, each_gets_its_own_answer)
