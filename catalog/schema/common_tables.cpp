@@ -220,7 +220,12 @@ constexpr Index open_set_pieces_indexes[] = {
 };
 
 constexpr Column queued_commit_columns[] = {
-    {.name = "id", .kind = INTEGER, .meaning = "order in the queue", .source = STORE, .generated = true},
+    {.name = "id",
+     .kind = INTEGER,
+     .meaning = "order in the queue",
+     .source = STORE,
+     .generated = true,
+     .given_once = true}, // people name entries by it
     set_uuid,
     catalog_type,
     {.name = "state",

@@ -43,6 +43,7 @@ struct Column
     bool required = false;          ///< NOT NULL
     std::size_t longest = 0;        ///< bytes that a text may have; 0: no limit. Indexed texts have one
     bool generated = false;         ///< a number that the database gives
+    bool given_once = false;        ///< and does not give again when its row has gone
     const char* only_for = nullptr; ///< the one set type that has this column in a table of several types
 
     const char* document_key() const { return key != nullptr ? key : name; }

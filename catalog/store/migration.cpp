@@ -109,7 +109,7 @@ CREATE TABLE "open_set_pieces" (
 );
 CREATE INDEX "open_set_pieces_by_set" ON "open_set_pieces" ("set_uuid", "id");
 CREATE TABLE "queued_commit" (
-    "id" INTEGER PRIMARY KEY,
+    "id" INTEGER PRIMARY KEY AUTOINCREMENT,
     "set_uuid" UUID_BLOB NOT NULL CHECK (typeof("set_uuid") IN ('blob', 'null') AND length("set_uuid") = 16),
     "catalog_type" TEXT NOT NULL CHECK (typeof("catalog_type") IN ('text', 'null')),
     "state" TEXT NOT NULL CHECK (typeof("state") IN ('text', 'null')),

@@ -120,6 +120,25 @@ TEST_P(Serve, queued_commits_survive_a_kill_and_are_applied)
     EXPECT_EQ(status, 200) << service.errors();
 }
 
+class Serve_From_Server : public Serve
+{};
+
+INSTANTIATE_TEST_SUITE_P(Engines, Serve_From_Server, ::testing::Values("postgresql"), engine_name);
+
+TEST_P(Serve_From_Server, connections_that_are_lost_are_made_anew)
+{
+    Service_Process service(url());
+    for (int number = 1; number <= 3; ++number) {
+        ASSERT_EQ(curl_post(service.url(sets), document(number)).status, 200) << service.errors();
+        const std::string document_url = service.url(std::string(sets) + "/" + sample_uuid(number));
+        ASSERT_EQ(curl(document_url).body, document(number));
+        Catalog::execute_beside("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '"
+                                + catalog->database_name() + "'");
+        EXPECT_EQ(curl(document_url).body, document(number)) << service.errors();
+    }
+    EXPECT_EQ(curl(service.url("/health")).status, 200);
+}
+
 TEST_P(Serve, lets_in_by_key_and_role)
 {
     const std::string keys = catalog->dir().file("keys");

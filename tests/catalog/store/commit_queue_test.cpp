@@ -219,6 +219,18 @@ TEST_P(Commit_Queue_Test, an_entry_is_shown_and_dropped)
     EXPECT_EQ(apply_queue().size(), 1U);
 }
 
+TEST_P(Commit_Queue_Test, the_number_of_an_entry_that_has_gone_never_names_another)
+{
+    enqueue(1);
+    const std::int64_t id = entries().at(0).id;
+    Error error;
+    ASSERT_TRUE(store().queue_drop(id, error)) << error.message;
+    enqueue(2);
+    EXPECT_GT(entries().at(0).id, id);
+    EXPECT_FALSE(store().queue_drop(id, error));
+    EXPECT_EQ(entries().size(), 1U);
+}
+
 TEST_P(Commit_Queue_Test, entries_are_listed_in_pages)
 {
     for (unsigned number = 1; number <= 5; ++number) {
