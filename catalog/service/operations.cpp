@@ -119,25 +119,6 @@ const char* protocol_name(Protocol protocol)
     return protocol == Protocol::RPC ? "rpc" : "rest";
 }
 
-const char* operation_name(Write_Operation operation)
-{
-    switch (operation) {
-    case Write_Operation::INITIALIZE:
-        return "initialize";
-    case Write_Operation::ADD_PIECE:
-        return "add_piece";
-    case Write_Operation::COMPLETE:
-        return "complete";
-    case Write_Operation::ABORT:
-        return "abort";
-    case Write_Operation::COMMIT:
-        return "commit";
-    case Write_Operation::UPDATE:
-        break;
-    }
-    return "update";
-}
-
 const std::string& pieces_of(const Write_Answer& answer)
 {
     static const std::string none = "[]";

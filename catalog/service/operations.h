@@ -26,9 +26,6 @@ enum class Protocol
 /// "rpc", "rest".
 const char* protocol_name(Protocol protocol);
 
-/// "initialize", "add_piece", …: how both protocols, the metrics and the messages call the step.
-const char* operation_name(Write_Operation operation);
-
 /// The result of a step that was done, as both protocols write it.
 std::string write_result(Write_Operation operation, const Write_Answer& answer);
 

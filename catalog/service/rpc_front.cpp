@@ -13,6 +13,7 @@ namespace catalog::service {
 
 namespace {
 
+using json_document::find_first;
 using json_document::Member;
 
 constexpr const char* set_document = "the set's document";
@@ -53,12 +54,6 @@ std::string known_methods()
         names += (names.empty() ? "" : ", ") + std::string(method.name);
     }
     return names;
-}
-
-const Member* find(const std::vector<Member>& members, std::string_view key)
-{
-    const auto place = std::ranges::find(members, key, &Member::key);
-    return place != members.end() ? &*place : nullptr;
 }
 
 bool is_repeated(const std::vector<Member>& members, std::string_view key)
@@ -125,7 +120,7 @@ void RPC_Front::answer(std::string message, const Principal& principal, Reply_Ta
             return;
         }
     }
-    const Member* const id = find(members, "id");
+    const Member* const id = find_first(members, "id");
     if (id != nullptr && !is_id(*id)) {
         refuse_with("null", {Fault_Kind::INVALID_REQUEST,
                              "\"id\" has to be a string, a number or null, of at most "
@@ -136,19 +131,19 @@ void RPC_Front::answer(std::string message, const Principal& principal, Reply_Ta
     Call call{id != nullptr ? std::string(id->text) : std::string(), {}, {}};
     // What is no request has an answer even without an id: it is no notification either.
     const std::string id_or_null = call.id.empty() ? "null" : call.id;
-    const Member* const version = find(members, "jsonrpc");
+    const Member* const version = find_first(members, "jsonrpc");
     if (version == nullptr || version->type != json_spirit::str_type || json_document::unescape(version->text) != "2.0")
     {
         refuse_with(id_or_null, {Fault_Kind::INVALID_REQUEST, "\"jsonrpc\" has to be \"2.0\"", "jsonrpc"});
         return;
     }
-    const Member* const method = find(members, "method");
+    const Member* const method = find_first(members, "method");
     if (method == nullptr || method->type != json_spirit::str_type) {
         refuse_with(id_or_null, {Fault_Kind::INVALID_REQUEST, "\"method\" has to be a string", "method"});
         return;
     }
     call.method = json_document::unescape(method->text);
-    if (const Member* const params = find(members, "params")) {
+    if (const Member* const params = find_first(members, "params")) {
         if (params->type != json_spirit::obj_type && params->type != json_spirit::array_type) {
             refuse_with(id_or_null, {Fault_Kind::INVALID_REQUEST, "\"params\" has to be an object", "params"});
             return;

@@ -10,17 +10,8 @@
 namespace catalog {
 namespace {
 
+using json_document::find_first;
 using json_document::Member;
-
-const Member* find_first(const std::vector<Member>& members, std::string_view key)
-{
-    for (const Member& member : members) {
-        if (member.key == key) {
-            return &member;
-        }
-    }
-    return nullptr;
-}
 
 bool read_uuid_member(const std::vector<Member>& members, UUID_Bytes& uuid, Error& error)
 {

@@ -9,17 +9,8 @@
 namespace catalog {
 namespace {
 
+using json_document::find_first;
 using json_document::Member;
-
-const Member* find_first(const std::vector<Member>& members, std::string_view key)
-{
-    for (const Member& member : members) {
-        if (member.key == key) {
-            return &member;
-        }
-    }
-    return nullptr;
-}
 
 /// What makes two pieces equal. A value that is absent and one that is null are the same.
 UUID_Bytes identity(std::string_view piece)

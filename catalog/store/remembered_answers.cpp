@@ -18,25 +18,6 @@ namespace {
 
 constexpr std::int64_t forgotten_at_once = 2000;
 
-const char* operation_name(Write_Operation operation)
-{
-    switch (operation) {
-    case Write_Operation::INITIALIZE:
-        return "initialize";
-    case Write_Operation::ADD_PIECE:
-        return "add_piece";
-    case Write_Operation::COMPLETE:
-        return "complete";
-    case Write_Operation::ABORT:
-        return "abort";
-    case Write_Operation::COMMIT:
-        return "commit";
-    case Write_Operation::UPDATE:
-        return "update";
-    }
-    return "";
-}
-
 struct Named_Kind
 {
     Error::Kind kind;

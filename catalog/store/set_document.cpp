@@ -16,6 +16,7 @@
 namespace catalog {
 namespace {
 
+using json_document::find_first;
 using json_document::Member;
 using json_spirit::Value_type;
 using Row = std::vector<Binding_Value>;
@@ -83,16 +84,6 @@ struct Place
 
     static constexpr std::size_t no_index = static_cast<std::size_t>(-1);
 };
-
-const Member* find_first(const std::vector<Member>& members, std::string_view key)
-{
-    for (const Member& member : members) {
-        if (member.key == key) {
-            return &member;
-        }
-    }
-    return nullptr;
-}
 
 // One value each: false after a refusal.
 

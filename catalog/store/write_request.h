@@ -22,6 +22,9 @@ enum class Write_Operation
     UPDATE
 };
 
+/// "initialize", "add_piece", …
+const char* operation_name(Write_Operation operation);
+
 struct Write_Request
 {
     Write_Operation operation = Write_Operation::COMMIT;

@@ -212,6 +212,16 @@ bool validate(std::string_view text, std::string* error)
     return false;
 }
 
+const Member* find_first(const std::vector<Member>& members, std::string_view key)
+{
+    for (const Member& member : members) {
+        if (member.key == key) {
+            return &member;
+        }
+    }
+    return nullptr;
+}
+
 bool split_object(std::string_view text, std::vector<Member>& members, std::string* error)
 {
     return split(text, json_spirit::obj_type, members, error);

@@ -33,6 +33,9 @@ BACKUP_PLATFORM_EXPORT bool split_object(std::string_view text, std::vector<Memb
 BACKUP_PLATFORM_EXPORT bool split_array(std::string_view text, std::vector<Member>& elements,
                                         std::string* error = nullptr);
 
+/// The first member with a key, or null.
+BACKUP_PLATFORM_EXPORT const Member* find_first(const std::vector<Member>& members, std::string_view key);
+
 /// The same value without insignificant white space; everything else byte for byte. `text` must be valid.
 BACKUP_PLATFORM_EXPORT std::string compact(std::string_view text);
 

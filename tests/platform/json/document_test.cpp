@@ -88,6 +88,15 @@ TEST(json_document_split_object, keeps_order_repeated_keys_and_spelling)
               "f=-0:integer\n");
 }
 
+TEST(json_document_find_first, gives_the_first_of_a_repeated_key_and_null_for_an_unknown_one)
+{
+    std::vector<json_document::Member> members;
+    ASSERT_TRUE(json_document::split_object(R"({"a":1,"b":2,"b":3})", members));
+    ASSERT_NE(json_document::find_first(members, "b"), nullptr);
+    EXPECT_EQ(json_document::find_first(members, "b")->text, "2");
+    EXPECT_EQ(json_document::find_first(members, "c"), nullptr);
+}
+
 TEST(json_document_split_object, leaves_out_white_space_around_keys_and_values)
 {
     EXPECT_EQ(members_of(" \n{ \"a\" : 1 , \"b\"\t:\n[ ]\r , \"c\" : { } } \n"),
