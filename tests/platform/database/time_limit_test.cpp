@@ -1,8 +1,4 @@
-#include "platform/database/database_connection.h"
-#include "tests/support/log_capture.h"
-#include "tests/support/test_engine.h"
-
-#include <gtest/gtest.h>
+#include "tests/platform/database/database_test.h"
 
 #include <chrono>
 
@@ -10,7 +6,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class Time_Limit : public Engine_Test
+class Time_Limit : public Database_Test
 {
 protected:
     /// A query that would run for a very long time.
@@ -33,7 +29,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Engines, Time_Limit, ::testing::ValuesIn(engines), name_of_engine);
+INSTANTIATE_TEST_SUITE_P(On, Time_Limit, ::testing::Values(Engine::SQLITE, Engine::POSTGRESQL), engine_name);
 
 TEST_P(Time_Limit, ends_a_query_that_takes_longer)
 {
@@ -72,7 +68,7 @@ TEST_P(Time_Limit, can_be_lifted)
 
 TEST_P(Time_Limit, undoes_what_a_late_statement_has_written)
 {
-    engine().run("CREATE TABLE numbers (i BIGINT)");
+    script("CREATE TABLE numbers (i BIGINT)");
     const Log_Capture log;
     connection().time_limit(200ms);
     const SQL late("INSERT INTO numbers WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
