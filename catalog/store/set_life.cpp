@@ -18,23 +18,10 @@
 namespace catalog {
 namespace {
 
+/// As a message calls the step.
 const char* step_name(Write_Operation operation)
 {
-    switch (operation) {
-    case Write_Operation::INITIALIZE:
-        return "initialize";
-    case Write_Operation::ADD_PIECE:
-        return "add pieces to";
-    case Write_Operation::COMPLETE:
-        return "complete";
-    case Write_Operation::ABORT:
-        return "abort";
-    case Write_Operation::COMMIT:
-        return "commit";
-    case Write_Operation::UPDATE:
-        return "update";
-    }
-    return "";
+    return operation == Write_Operation::ADD_PIECE ? "add pieces to" : operation_name(operation);
 }
 
 /// Sets may have one lock by chance, which costs a little time and nothing else.

@@ -284,11 +284,14 @@ TEST_P(Commit_Queue_Test, several_appliers_take_each_commit_once)
     expect_depth(0, 0);
 }
 
-TEST_P(Commit_Queue_Test, a_commit_that_another_one_is_applying_is_passed_over)
+/// SQLite has one writer at a time.
+class Shared_Commit_Queue_Test : public Commit_Queue_Test
+{};
+
+INSTANTIATE_TEST_SUITE_P(engines, Shared_Commit_Queue_Test, ::testing::Values(Engine::POSTGRESQL), engine_name);
+
+TEST_P(Shared_Commit_Queue_Test, a_commit_that_another_one_is_applying_is_passed_over)
 {
-    if (!on_postgresql()) {
-        GTEST_SKIP() << "SQLite has one writer at a time";
-    }
     enqueue(1);
     enqueue(2);
     const std::unique_ptr<PGconn, decltype(&PQfinish)> other(PQconnectdb(url().c_str()), PQfinish);

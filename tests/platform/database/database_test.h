@@ -139,10 +139,10 @@ private:
 };
 
 /// Gives each test a fresh database of the engine and a connection to it.
-class Engine_Test : public ::testing::Test
+class One_Engine_Test : public ::testing::Test
 {
 protected:
-    explicit Engine_Test(Engine engine) : engine_(engine) {}
+    explicit One_Engine_Test(Engine engine) : engine_(engine) {}
 
     void SetUp() override
     {
@@ -261,10 +261,10 @@ private:
 };
 
 /// Each test of it runs on both engines: TEST_P(…), then EVERY_ENGINE(suite).
-class Database_Test : public Engine_Test, public ::testing::WithParamInterface<Engine>
+class Database_Test : public One_Engine_Test, public ::testing::WithParamInterface<Engine>
 {
 protected:
-    Database_Test() : Engine_Test(GetParam()) {}
+    Database_Test() : One_Engine_Test(GetParam()) {}
 };
 
 inline std::string engine_name(const ::testing::TestParamInfo<Engine>& info)

@@ -11,10 +11,10 @@ namespace {
 
 using namespace database::sql;
 
-class PostgreSQL : public Engine_Test
+class PostgreSQL : public One_Engine_Test
 {
 protected:
-    PostgreSQL() : Engine_Test(Engine::POSTGRESQL) {}
+    PostgreSQL() : One_Engine_Test(Engine::POSTGRESQL) {}
 
     static std::string value(Database_Connection& connection, std::string_view sql)
     {

@@ -16,10 +16,10 @@ using namespace std::string_literals;
 
 namespace {
 
-class SQLite : public Engine_Test
+class SQLite : public One_Engine_Test
 {
 protected:
-    SQLite() : Engine_Test(Engine::SQLITE) {}
+    SQLite() : One_Engine_Test(Engine::SQLITE) {}
 
     /// Opens what must not open, and gives the error. It must have been logged once.
     static Database_Error refused(const std::string& url)
