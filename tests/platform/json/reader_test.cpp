@@ -125,8 +125,12 @@ TEST(JSON_read, zero_bytes_in_strings_and_keys_are_kept)
 
 TEST(JSON_read, containers_nest)
 {
-    EXPECT_EQ(parsed("[]"), Value(Array()));
-    EXPECT_EQ(parsed("{}"), Value(Object()));
+    for (const char* text : {"[]", "[ ]", " []\n"}) {
+        EXPECT_EQ(parsed(text), Value(Array())) << text;
+    }
+    for (const char* text : {"{}", "{ }", " {}\n"}) {
+        EXPECT_EQ(parsed(text), Value(Object())) << text;
+    }
     EXPECT_EQ(parsed(R"({"a":[1,{"b":[]},[[2]]],"c":{"d":null}})"),
               Value(Object{{"a", Array{1, Object{{"b", Array()}}, Array(1, Value(Array{2}))}},
                            {"c", Object{{"d", Value()}}}}));
