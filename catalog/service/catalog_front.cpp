@@ -1,7 +1,5 @@
 #include "catalog/service/catalog_front.h"
 
-#include "platform/text/log.h"
-
 #include <utility>
 
 namespace catalog::service {
@@ -54,13 +52,11 @@ void Catalog_Front::admit(const std::string& peer_address, const std::string* ke
         return;
     }
     if (!attempts_.allows(peer_address)) {
-        log_at(LM_WARNING, "Access refused: %C has failed too often.\n", peer_address.c_str());
         taker(too_many, {});
         return;
     }
     if (key == nullptr || key->empty()) {
         // Nothing was tried: that is no attempt at guessing.
-        log_at(LM_WARNING, "Access refused: %C gave no access key.\n", peer_address.c_str());
         taker(unauthorized, {});
         return;
     }
@@ -105,7 +101,6 @@ void Catalog_Front::look_at(const std::string& peer, const std::string& key, con
     const std::optional<Principal> principal = keys_->find(key);
     if (!principal) {
         attempts_.failed(peer);
-        log_at(LM_WARNING, "Access refused: %C gave an access key that is not known.\n", peer.c_str());
         taker(unauthorized, {});
         return;
     }

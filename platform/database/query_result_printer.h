@@ -101,7 +101,7 @@ private:
     {
         Own_JSON() = default;
         Own_JSON(const Own_JSON&) noexcept {}
-        Own_JSON& operator=(const Own_JSON&) noexcept { return *this; }
+        Own_JSON& operator=(const Own_JSON&) noexcept { return *this; } // NOLINT(bugprone-unhandled-self-assignment)
 
         json_spirit::Value* value = nullptr;
     };

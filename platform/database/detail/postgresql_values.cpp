@@ -125,7 +125,10 @@ private:
     static constexpr std::uint16_t negative = 0x4000;
 
     /// Zeros at both ends are left out.
-    int digit(int i) const { return i >= 0 && i < count_ ? read_number<std::int16_t>(digits_ + 2 * i) : 0; }
+    int digit(int i) const
+    {
+        return i >= 0 && i < count_ ? read_number<std::int16_t>(digits_ + std::ptrdiff_t{2} * i) : 0;
+    }
 
     std::string four(int i) const
     {

@@ -209,7 +209,7 @@ bool SQLite_Connection::open(const std::string& path, int busy_timeout_ms)
         return report(Database_Error::OTHER, "the path of the database is empty or holds a NUL", {});
     }
     constexpr int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE;
-    int code = sqlite3_open_v2(name.c_str(), &db_, flags, nullptr);
+    const int code = sqlite3_open_v2(name.c_str(), &db_, flags, nullptr);
     if (code != SQLITE_OK) {
         return report_open_failure(code, path);
     }
@@ -218,8 +218,7 @@ bool SQLite_Connection::open(const std::string& path, int busy_timeout_ms)
     sqlite3_db_config(db_, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_db_config(db_, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
     if (!use_wal(busy_timeout_ms)
-        || (code = sqlite3_exec(db_, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr))
-               != SQLITE_OK)
+        || sqlite3_exec(db_, "PRAGMA synchronous=FULL; PRAGMA foreign_keys=ON", nullptr, nullptr, nullptr) != SQLITE_OK)
     {
         return report_open_failure(sqlite3_extended_errcode(db_), path);
     }

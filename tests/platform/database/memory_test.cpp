@@ -1,4 +1,5 @@
 #include "tests/platform/database/database_test.h"
+#include "tests/support/sanitizer.h"
 
 #include <unistd.h>
 
@@ -12,13 +13,7 @@ using namespace database::sql;
 constexpr long most_growth = 64L << 20;
 
 // A sanitizer keeps what is freed for a while, so that the size of the process says nothing.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool is_sanitized = true;
-#elif defined(__has_feature)
-constexpr bool is_sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool is_sanitized = false;
-#endif
+constexpr bool is_sanitized = is_address_sanitized || is_thread_sanitized;
 
 long resident_bytes()
 {

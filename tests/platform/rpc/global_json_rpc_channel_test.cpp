@@ -2,6 +2,7 @@
 
 #include "tests/support/certificates.h"
 #include "tests/support/process_log.h"
+#include "tests/support/sanitizer.h"
 #include "tests/support/websocket_peer.h"
 
 #include <gtest/gtest.h>
@@ -25,14 +26,6 @@
 #include <thread>
 #include <utility>
 #include <vector>
-
-#if defined(__SANITIZE_THREAD__)
-#define IS_THREAD_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define IS_THREAD_SANITIZED 1
-#endif
-#endif
 
 using json_spirit::Value;
 
@@ -424,9 +417,9 @@ TEST_F(Global_JSON_RPC_Channel_Test, forked_child_has_no_installed_channel_eithe
 
 TEST_F(Global_JSON_RPC_Channel_Test, forked_child_may_configure_a_channel_of_its_own)
 {
-#ifdef IS_THREAD_SANITIZED
-    GTEST_SKIP() << "the thread sanitizer allows no threads after a fork";
-#endif
+    if (is_thread_sanitized) {
+        GTEST_SKIP() << "the thread sanitizer allows no threads after a fork";
+    }
     const Scripted_Peer peer;
     Global_JSON_RPC_Channel::configure(peer.endpoint());
     const JSON_RPC_Channel_var channel = Global_JSON_RPC_Channel::instance();
