@@ -62,11 +62,15 @@ for clients in (1, 8, 32):
         speed_at_least(f"commits by {peers}, SQLite", f"service/sqlite/{clients}", "sqlite3_by_1", "C, 1 a transaction", None),
         speed_at_least(f"commits by {peers}, PostgreSQL", f"service/postgresql/{clients}", "libpq", "8 connections by hand", goal),
     ]
-ROWS.append(time_at_most("first page of 1,000,000 sets", "service/first_page", "small", "the same of 10,000 sets", 1.5))
+ROWS += [
+    time_at_most(f"first page of 1,000,000, {name}", f"service/first_page/{engine}", "small", "the same of 10,000 sets", 1.5)
+    for name, engine in (("SQLite", "sqlite"), ("PostgreSQL", "postgresql"))
+]
 
 # What a benchmark's counter has to stay below, in seconds.
 TIMES = [
-    ("first page of 1,000,000 sets", "service/first_page", "ours", 0.05),
+    ("first page of 1,000,000, SQLite", "service/first_page/sqlite", "ours", 0.05),
+    ("first page of 1,000,000, PostgreSQL", "service/first_page/postgresql", "ours", 0.05),
 ]
 
 MEMORY = [

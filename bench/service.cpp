@@ -180,16 +180,20 @@ Sides commits_on_postgresql(std::size_t clients, std::size_t sets)
     return sides;
 }
 
-/// A catalog of so many small sets: rows of "backup_set" alone, which is what a list of sets reads. It is kept beside the
-/// benchmarks' folder for the next run, under a name that changes with the schema.
-std::string catalog_of(std::size_t sets)
+// Catalogs of many small sets: rows of "backup_set" alone, which is what a list of sets reads.
+
+const std::string insert_small_sets =
+    "INSERT INTO backup_set (uuid, name, host_uuid, resource_uuid, minor_resource_id, minor_resource_name, agent, type, "
+    "backup_start_time, backup_end_time, source_size, size, host, catalog_type, piece_count, copy_states) ";
+
+/// The file is kept beside the benchmarks' folder for the next run, under a name that changes with the schema.
+std::string sqlite_catalog_of(std::size_t sets)
 {
     const std::string schema = catalog::create_schema(SQL_Dialect::SQLITE);
     const std::string rows =
-        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 < " + std::to_string(sets)
-        + ") INSERT INTO backup_set (uuid, name, host_uuid, resource_uuid, minor_resource_id, minor_resource_name, agent, "
-          "type, backup_start_time, backup_end_time, source_size, size, host, catalog_type, piece_count, copy_states) "
-          "SELECT randomblob(16), 'set ' || i, CAST(printf('host%012d', i % 200) AS BLOB), "
+        "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i + 1 < " + std::to_string(sets) + ") "
+        + insert_small_sets
+        + "SELECT randomblob(16), 'set ' || i, CAST(printf('host%012d', i % 200) AS BLOB), "
           "CAST(printf('resource%08d', i % 5000) AS BLOB), i % 5000, 'database ' || i % 5000, 'oracle', 'full', "
           "datetime(1500000000 + i * 60, 'unixepoch'), datetime(1500000000 + i * 60 + 50, 'unixepoch'), i * 3, i, "
           "'host' || i % 200, 'oracle', 0, 1 FROM n";
@@ -208,19 +212,37 @@ std::string catalog_of(std::size_t sets)
         }
         std::filesystem::rename(unfinished, path);
     }
-    return path;
+    return "sqlite:" + path.string();
+}
+
+std::string postgresql_catalog_of(std::size_t sets)
+{
+    const std::string url = databases::empty_postgresql("pages" + std::to_string(sets));
+    const Postgresql_Database database(url);
+    database.execute(catalog::create_schema(SQL_Dialect::POSTGRESQL));
+    const std::string rows =
+        insert_small_sets
+        + "SELECT gen_random_uuid(), 'set ' || i, CAST(md5('host' || i % 200) AS uuid), "
+          "CAST(md5('resource' || i % 5000) AS uuid), i % 5000, 'database ' || i % 5000, 'oracle', 'full', "
+          "timestamp '2017-07-14 02:40:00' + i * interval '1 minute', "
+          "timestamp '2017-07-14 02:40:50' + i * interval '1 minute', i * 3, i, 'host' || i % 200, 'oracle', 0, 1 "
+          "FROM generate_series(0, "
+        + std::to_string(sets - 1) + ") AS n(i)";
+    database.execute(rows);
+    database.execute("VACUUM ANALYZE backup_set");
+    return url;
 }
 
 constexpr std::size_t pages = 50;
 constexpr std::size_t rows_of_page = 100;
 
 /// The first page of all sets, in a small catalog and in a large one.
-Sides first_pages()
+Sides first_pages(std::string (*catalog_of)(std::size_t sets))
 {
     class Pages
     {
     public:
-        explicit Pages(std::size_t sets) : served_("sqlite:" + catalog_of(sets)) {}
+        explicit Pages(const std::string& url) : served_(url) {}
 
         void read()
         {
@@ -237,8 +259,8 @@ Sides first_pages()
             make_request("backup_set.select", R"({"module":"backup_set","view":"sets","param":{"limit":100}})");
     };
 
-    const auto large = std::make_shared<Pages>(1000000);
-    const auto small = std::make_shared<Pages>(10000);
+    const auto large = std::make_shared<Pages>(catalog_of(1000000));
+    const auto small = std::make_shared<Pages>(catalog_of(10000));
     large->read();
     small->read();
     Sides sides;
@@ -288,6 +310,8 @@ void register_service()
         register_sides(("service/postgresql/" + name).c_str(), Clock::WALL, static_cast<double>(sets),
                        [clients = clients, sets = sets] { return commits_on_postgresql(clients, sets); });
     }
-    register_sides("service/first_page", Clock::WALL, pages, first_pages);
+    register_sides("service/first_page/sqlite", Clock::WALL, pages, [] { return first_pages(sqlite_catalog_of); });
+    register_sides("service/first_page/postgresql", Clock::WALL, pages,
+                   [] { return first_pages(postgresql_catalog_of); });
     register_memory_of_service();
 }

@@ -45,7 +45,7 @@ public:
 
     /// Writes the record as one JSON object: the common keys, then the typed ones. False (logged) when `gen` is null or
     /// the typed keys fail; the object is closed all the same.
-    bool generate(yajl_gen_t* gen) override;
+    bool generate(yajl_gen_t* handle) override;
 
     // One column each. False (logged) for a key that is null or empty; unknown keys are ignored; nothing is stored while
     // an array is open. A value under a key of another callback is ignored.
@@ -63,8 +63,8 @@ public:
     void add_directory_piece(const std::string& path, ACE_UINT64 size);
     void add_piece(const Backup_Piece& piece);
     void add_storage(const Backup_Set_Storage& storage);
-    void add_storage(const std::string& pool_uuid, ACE_INT64 size);
-    void add_storage(const std::string& pool_uuid, ACE_INT64 size, const json_spirit::Object& extended_attrs);
+    void add_storage(const std::string& pool_uuid, ACE_INT64 storage_size);
+    void add_storage(const std::string& pool_uuid, ACE_INT64 storage_size, const json_spirit::Object& storage_attrs);
 
     const char* const catalog_module; ///< never null, not owned
     std::string uuid;

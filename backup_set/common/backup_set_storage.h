@@ -28,7 +28,7 @@ public:
     static database::sql::Query_Result_Handler* result_handler();
 
     /// Writes the placement as one JSON object (without its set's uuid); false (logged) when `gen` is null.
-    bool generate(yajl_gen_t* gen) override;
+    bool generate(yajl_gen_t* handle) override;
 
     bool print_cstr(int index, const char* key, const char* value, std::size_t length) override;
     bool print_int(int index, const char* key, ACE_INT64 value) override;

@@ -28,6 +28,7 @@
 
 #include <ace/Basic_Types.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <concepts>
@@ -257,7 +258,7 @@ private:
     static constexpr std::size_t slot_count()
     {
         std::size_t count = 4;
-        while (count < 3 * N || count < N * N / 12) { // the second keeps the search short for long tables
+        while (count < std::max(3 * N, N * N / 12)) { // the second keeps the search short for long tables
             count *= 2;
         }
         return count;

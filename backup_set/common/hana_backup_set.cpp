@@ -63,6 +63,7 @@ bool HANA_Backup_Set::generate_i(YAJL_Gen& gen)
     return true;
 }
 
+// Meant: its own copy of the list. NOLINTNEXTLINE(performance-unnecessary-value-param)
 void HANA_Backup_Set::generate_files(YAJL_Gen& gen, Backup_Files list)
 {
     const YAJL_Array_Guard array(gen);

@@ -214,34 +214,33 @@ private:
              &queue_commits_},
             level,
             file("--pid-file", "Write the process's number to it; removed at the end", &pid_file_),
-            number("--body-limit", "BYTES", "Largest body of a request", &body_limit_),
-            number("--frame-limit", "BYTES", "Largest message on a WebSocket", &frame_limit_),
-            number("--header-limit", "BYTES", "Largest header of a request", &header_limit_),
-            number("--memory-limit", "BYTES", "All bodies and messages that are held at once", &memory_limit_),
-            number("--connections", "N", "Connections at once", &connections_),
-            number("--requests", "N", "Requests at once, over all connections", &requests_),
-            number("--requests-per-peer", "N", "Requests at once on one WebSocket", &requests_per_peer_),
-            number("--request-timeout", "SECONDS", "For a client to send a whole request", &request_timeout_),
-            number("--idle-timeout", "SECONDS", "Between two requests on one connection", &idle_timeout_),
-            number("--stall-timeout", "SECONDS", "For a client that takes nothing of its answer", &stall_timeout_),
-            number("--ping-interval", "SECONDS", "Of silence on a WebSocket before it is pinged", &ping_interval_),
-            number("--statement-timeout", "SECONDS", "For one statement of a view; 0: any time", &statement_timeout_),
-            number("--database-patience", "SECONDS", "How long a request waits for a database that is gone",
-                   &patience_),
-            number("--stop-timeout", "SECONDS", "For the requests under way when it stops", &stop_timeout_),
-            number("--writers", "N", "Connections that write; 0: one for SQLite, eight for PostgreSQL", &writers_),
-            number("--readers", "N", "Connections that read", &readers_),
-            number("--waiting-writes", "N", "Writes that may wait", &waiting_writes_),
-            number("--waiting-reads", "N", "Reads that may wait", &waiting_reads_),
+            number("--body-limit", "BYTES", "Largest body of a request", body_limit_),
+            number("--frame-limit", "BYTES", "Largest message on a WebSocket", frame_limit_),
+            number("--header-limit", "BYTES", "Largest header of a request", header_limit_),
+            number("--memory-limit", "BYTES", "All bodies and messages that are held at once", memory_limit_),
+            number("--connections", "N", "Connections at once", connections_),
+            number("--requests", "N", "Requests at once, over all connections", requests_),
+            number("--requests-per-peer", "N", "Requests at once on one WebSocket", requests_per_peer_),
+            number("--request-timeout", "SECONDS", "For a client to send a whole request", request_timeout_),
+            number("--idle-timeout", "SECONDS", "Between two requests on one connection", idle_timeout_),
+            number("--stall-timeout", "SECONDS", "For a client that takes nothing of its answer", stall_timeout_),
+            number("--ping-interval", "SECONDS", "Of silence on a WebSocket before it is pinged", ping_interval_),
+            number("--statement-timeout", "SECONDS", "For one statement of a view; 0: any time", statement_timeout_),
+            number("--database-patience", "SECONDS", "How long a request waits for a database that is gone", patience_),
+            number("--stop-timeout", "SECONDS", "For the requests under way when it stops", stop_timeout_),
+            number("--writers", "N", "Connections that write; 0: one for SQLite, eight for PostgreSQL", writers_),
+            number("--readers", "N", "Connections that read", readers_),
+            number("--waiting-writes", "N", "Writes that may wait", waiting_writes_),
+            number("--waiting-reads", "N", "Reads that may wait", waiting_reads_),
             number("--failed-attempts", "N", "Wrong access keys that one address may show in a minute",
-                   &failed_attempts_),
+                   failed_attempts_),
         };
     }
 
     /// An option whose help tells what holds without it.
-    static Option number(const char* option, const char* unit, const char* help, std::size_t* target)
+    static Option number(const char* option, const char* unit, const char* help, std::size_t& target)
     {
-        return {option, unit, std::string(help) + " (" + std::to_string(*target) + ")", target};
+        return {option, unit, std::string(help) + " (" + std::to_string(target) + ")", &target};
     }
 
     bool read_options(service::Service_Options& options, std::string& fault) const

@@ -168,6 +168,7 @@ std::vector<Copy_Verdict> explain_choice(const json_spirit::Array& storages)
         }
     }
     std::vector<Copy_Verdict> verdicts;
+    verdicts.reserve(copies.size());
     for (Copy& copy : copies) {
         verdicts.push_back(std::move(copy.verdict));
     }

@@ -29,7 +29,8 @@ public:
             append_percent_encoded(pair, key);
             pair += '=';
             append_percent_encoded(pair, value);
-            target_ += pair.c_str(); // encoded: there is no NUL in it
+            // Not every kind of text takes a std::string; encoded, there is no NUL in it.
+            target_ += pair.c_str(); // NOLINT(readability-redundant-string-cstr)
         }
         return *this;
     }

@@ -24,7 +24,7 @@ constexpr std::chrono::seconds pacing{1};
 /// A channel in its place.
 struct Slot
 {
-    explicit Slot(JSON_RPC_Channel_var installed) : channel(std::move(installed)) {}
+    explicit Slot(const JSON_RPC_Channel_var& installed) : channel(installed) {}
     explicit Slot(WebSocket_Channel* made) : channel(made), own(made) {}
 
     JSON_RPC_Channel_var channel;

@@ -214,7 +214,7 @@ const char* JSON_RPC_Object::read(json_spirit::Object& message)
     if (method->second.if_str() == nullptr) {
         return "\"method\" is no text";
     }
-    method_ = std::move(method->second.get_str());
+    method_ = method->second.get_str();
     if (const auto params = message.find("params"); params != message.end()) {
         params_ = std::move(params->second);
     }

@@ -341,7 +341,9 @@ HTTP_Transport::Result HTTP_Transport::perform(const Message& message, HTTP_Resp
     Header_List headers;
     for (const auto& [name, value] : message.headers.all()) {
         if (!is_own_header(name)) {
-            headers.add(value.empty() ? name + ';' : name + ": " + value);
+            std::string line = name;
+            line += value.empty() ? ";" : ": ";
+            headers.add(line += value);
         }
     }
     headers.add("Expect:"); // not sent: bodies follow at once
