@@ -34,7 +34,7 @@ std::string database_url(const std::string& given)
     if (!given.empty()) {
         return given;
     }
-    const std::string named = environment("BACKUP_SET_DATABASE");
+    std::string named = environment("BACKUP_SET_DATABASE");
     if (!named.empty()) {
         return named;
     }

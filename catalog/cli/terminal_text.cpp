@@ -37,6 +37,8 @@ struct Character
     wchar_t code;       ///< when valid
     std::size_t length; ///< in bytes, at least 1
     bool valid;
+
+    unsigned number() const { return static_cast<unsigned>(code); } // NOLINT(bugprone-signed-char-misuse): it is none
 };
 
 Character first_character(std::string_view text)
@@ -70,7 +72,7 @@ void append_hex(std::string& out, const char* prefix, unsigned number, int digit
 
 void append_escape(std::string& out, char byte, const Character& character)
 {
-    const auto code = static_cast<unsigned>(character.code);
+    const auto code = character.number();
     if (!character.valid) {
         append_hex(out, "\\x", static_cast<unsigned char>(byte), 2);
     } else if (code == '\n') {
@@ -125,7 +127,7 @@ std::string printable_json(std::string_view json)
             continue;
         }
         const Character character = first_character(json);
-        const auto code = static_cast<unsigned>(character.code);
+        const auto code = character.number();
         if (!character.valid || !is_unsafe(character) || code < 0x20) {
             out += json.substr(0, character.length);
         } else if (code <= 0xffff) {

@@ -222,9 +222,9 @@ void REST_Front::route(Call call, const REST_Path& path)
     } else if (id == "health") {
         health(std::move(call));
     } else if (id == "metrics") {
-        metrics(std::move(call));
+        metrics(call);
     } else {
-        openapi(std::move(call));
+        openapi(call);
     }
 }
 
@@ -305,7 +305,7 @@ void REST_Front::health(Call call)
     });
 }
 
-void REST_Front::metrics(Call call)
+void REST_Front::metrics(const Call& call)
 {
     Reply reply;
     reply.content_type = "text/plain; version=0.0.4; charset=utf-8";
@@ -313,7 +313,7 @@ void REST_Front::metrics(Call call)
     call.taker(std::move(reply));
 }
 
-void REST_Front::openapi(Call call)
+void REST_Front::openapi(const Call& call)
 {
     Reply reply;
     reply.body = openapi_description();

@@ -65,8 +65,8 @@ private:
     void update(Call call);
     void select(Call call);
     void health(Call call);
-    void metrics(Call call);
-    void openapi(Call call);
+    void metrics(const Call& call);
+    void openapi(const Call& call);
 
     Operations& operations_;
     RPC_Front& rpc_;
