@@ -112,6 +112,11 @@ std::string fault_of(const View_Parameter& parameter, const std::string& text)
     return {};
 }
 
+std::string of_parameter(const std::string& name, const std::string& found, const std::string& fault)
+{
+    return '"' + name + "\" is " + found + ", " + fault;
+}
+
 std::string named(const View_Description& view)
 {
     return "view " + std::string(view.name) + " of module " + view.module;
@@ -139,15 +144,15 @@ bool View_Arguments::take(const View_Description& view, const json_spirit::Objec
         }
         std::optional<std::string> text = text_of(value);
         if (!text) {
+            const std::string type = json_spirit::type_name(value.type());
             return refuse(error, name,
-                          '"' + name + "\" is of the type " + json_spirit::type_name(value.type())
-                              + ", where a string or an integer belongs");
+                          of_parameter(name, "of the type " + type, "where a string or an integer belongs"));
         }
         if (text->empty()) {
             continue;
         }
         if (const std::string fault = fault_of(*parameter, *text); !fault.empty()) {
-            return refuse(error, name, '"' + name + "\" is " + shown(*text) + ", " + fault);
+            return refuse(error, name, of_parameter(name, shown(*text), fault));
         }
         texts_.emplace(name, std::move(*text));
     }

@@ -16,7 +16,6 @@ namespace catalog {
 namespace {
 
 using json_document::Member;
-using json_spirit::Value_type;
 
 constexpr std::size_t digest_size = 32;
 using Digest = std::array<unsigned char, digest_size>;

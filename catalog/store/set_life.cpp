@@ -211,6 +211,7 @@ bool Set_Life::apply_waiting(std::size_t limit)
         }
     }
     std::vector<Life_Step*> all;
+    all.reserve(steps.size());
     for (Life_Step& step : steps) {
         all.push_back(&step);
     }
@@ -224,6 +225,7 @@ bool Set_Life::lock(const std::vector<Life_Step>& steps)
         return true;
     }
     std::vector<std::int64_t> locks;
+    locks.reserve(steps.size());
     for (const Life_Step& step : steps) {
         locks.push_back(lock_of(step.uuid));
     }
