@@ -1,4 +1,4 @@
-// Which sanitizer the tests are built with, for the few that one of them rules out.
+// Which sanitizer the tests are built with, for the few that one of them rules out or that take long with any.
 #pragma once
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -16,3 +16,11 @@ constexpr bool is_thread_sanitized = __has_feature(thread_sanitizer);
 #else
 constexpr bool is_thread_sanitized = false;
 #endif
+
+constexpr bool is_sanitized = is_address_sanitized || is_thread_sanitized;
+
+/// How often to do what is done often elsewhere: with a sanitizer all takes several times as long.
+constexpr int repetitions(int times)
+{
+    return is_sanitized ? times / 4 : times;
+}

@@ -4,6 +4,7 @@
 
 #include "tests/catalog/cli/child_process.h"
 #include "tests/catalog/cli/whole_sets.h"
+#include "tests/support/sanitizer.h"
 
 #include <unistd.h>
 
@@ -16,7 +17,7 @@ using namespace cli_test;
 
 namespace {
 
-constexpr int kills = 200;
+constexpr int kills = repetitions(200);
 constexpr int documents_a_run = 24;
 
 class Kill : public On_Both_Engines
