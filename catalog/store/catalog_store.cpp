@@ -204,8 +204,19 @@ bool Catalog_Store::migrate(int& from, int& to, Error& error)
     return bring_forward(*connection_, migrations(), create_schema(connection_->dialect()), to, from, error);
 }
 
+void Catalog_Store::prepare_to_write()
+{
+    if (std::exchange(is_prepared_to_write_, true) || connection_->dialect() != SQL_Dialect::SQLITE) {
+        return;
+    }
+    // What is kept of pages to take a statement back need not go through a temporary file, and pages that many sets share
+    // need not go from the log to the database every few transactions. Where this fails, so does what is written next.
+    connection_->execute_script("PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000");
+}
+
 Record_Result Catalog_Store::record(std::string_view document)
 {
+    prepare_to_write();
     Recorder recorder(*connection_, 1);
     recorder.add(0, document);
     return recorder.run().front();
@@ -213,6 +224,7 @@ Record_Result Catalog_Store::record(std::string_view document)
 
 std::vector<Record_Result> Catalog_Store::record(std::span<const std::string> documents)
 {
+    prepare_to_write();
     Recorder recorder(*connection_, documents.size());
     for (std::size_t i = 0; i < documents.size(); ++i) {
         recorder.add(i, documents[i]);

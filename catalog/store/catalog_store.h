@@ -263,7 +263,11 @@ public:
     bool read_counters(Catalog_Counters& counters, Error& error);
 
 private:
+    /// Sets a connection to SQLite up for writing much, when it writes for the first time.
+    void prepare_to_write();
+
     std::unique_ptr<Database_Connection> connection_;
+    bool is_prepared_to_write_ = false;
 };
 
 } // namespace catalog

@@ -191,11 +191,13 @@ SQL fail_queued(std::int64_t id, const std::string& message)
 
 std::vector<Write_Answer> Catalog_Store::apply(std::span<const Write_Request> requests, std::time_t now)
 {
+    prepare_to_write();
     return Set_Life(*connection_, now).apply(requests);
 }
 
 bool Catalog_Store::apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error)
 {
+    prepare_to_write();
     return Set_Life(*connection_, 0).apply_queued(limit, answers, error);
 }
 
