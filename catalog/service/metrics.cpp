@@ -173,26 +173,48 @@ void Metrics::database_failed(const Database_Error& error)
     ++database_errors_[kind_name(error.kind)];
 }
 
+void Metrics::Commits::add(const Write_Answer& answer)
+{
+    ++count[answer.type];
+    if (!answer.resource_uuid.empty() && answer.backup_end_time != 0) {
+        keep_newest(newest, answer.resource_uuid, answer.backup_end_time);
+    }
+}
+
+void Metrics::Commits::add(const Commits& others)
+{
+    for (const auto& [type, sets] : others.count) {
+        count[type] += sets;
+    }
+    for (const auto& [resource, time] : others.newest) {
+        keep_newest(newest, resource, time);
+    }
+}
+
+void Metrics::begin_catalog()
+{
+    const std::lock_guard lock(mutex_);
+    recently_committed_ = {};
+}
+
 void Metrics::take_catalog(Catalog_Counts counts)
 {
     const std::lock_guard lock(mutex_);
-    committed_ = std::move(counts.counters.committed);
+    committed_ = {std::move(counts.counters.committed), {}};
+    for (const Catalog_Counters::Resource& resource : counts.counters.resources) {
+        committed_.newest[resource.uuid] = resource.newest_end;
+    }
+    committed_.add(recently_committed_);
     open_ = std::move(counts.counters.open);
     copies_ = std::move(counts.copies);
     queue_ = counts.counters.queue;
-    newest_.clear();
-    for (const Catalog_Counters::Resource& resource : counts.counters.resources) {
-        newest_[resource.uuid] = resource.newest_end;
-    }
 }
 
 void Metrics::committed(const Write_Answer& answer)
 {
     const std::lock_guard lock(mutex_);
-    ++committed_[answer.type];
-    if (!answer.resource_uuid.empty() && answer.backup_end_time != 0) {
-        keep_newest(newest_, answer.resource_uuid, answer.backup_end_time);
-    }
+    committed_.add(answer);
+    recently_committed_.add(answer);
 }
 
 void Metrics::take_queue(const Queue_Depth& depth)
@@ -234,7 +256,7 @@ std::string Metrics::text() const
         out.sample("backup_set_database_errors_total", {{"kind", kind}}, count);
     }
     out.metric("backup_set_sets", "Sets by the state of their life; the committed ones by type.", "gauge");
-    for (const auto& [type, count] : committed_) {
+    for (const auto& [type, count] : committed_.count) {
         out.sample("backup_set_sets", {{"state", "committed"}, {"type", type}}, count);
     }
     for (const auto& [state, count] : open_) {
@@ -245,7 +267,7 @@ std::string Metrics::text() const
         out.sample("backup_set_sets_with_copy", {{"state", state}}, count);
     }
     out.metric("backup_set_last_set_timestamp_seconds", "End of the newest committed set of a resource.", "gauge");
-    for (const auto& [resource, time] : newest_) {
+    for (const auto& [resource, time] : committed_.newest) {
         out.sample("backup_set_last_set_timestamp_seconds", {{"resource", resource}}, static_cast<std::int64_t>(time));
     }
     out.metric("backup_set_queue_waiting", "Queued commits that wait to be applied.", "gauge");

@@ -55,7 +55,13 @@ public:
     /// A database operation failed.
     void database_failed(const Database_Error& error);
 
+    /// A count of the catalog begins: what is committed from here on is added to what it will have found. A set that is
+    /// committed in the very moment may count twice until the next count.
+    void begin_catalog();
+
+    /// What the count has found.
     void take_catalog(Catalog_Counts counts);
+
     void committed(const Write_Answer& answer);
     void take_queue(const Queue_Depth& depth);
 
@@ -65,6 +71,16 @@ public:
     static constexpr std::array bounds = {0.001, 0.0025, 0.005, 0.01, 0.025, 0.05, 0.1, 0.25, 0.5, 1.0, 2.5, 5.0, 10.0};
 
 private:
+    /// Committed sets.
+    struct Commits
+    {
+        void add(const Write_Answer& answer);
+        void add(const Commits& others);
+
+        std::map<std::string, std::int64_t> count; ///< by the type's id
+        std::map<std::string, std::time_t> newest; ///< by the resource's uuid
+    };
+
     struct Histogram
     {
         std::array<std::uint64_t, bounds.size()> counts{}; ///< those of a class alone
@@ -76,10 +92,10 @@ private:
     std::map<std::tuple<std::string, std::string, std::string>, std::uint64_t> requests_;
     std::map<std::pair<std::string, std::string>, Histogram> latencies_; ///< by (protocol, operation)
     std::map<std::string, std::uint64_t> database_errors_;               ///< by kind
-    std::map<std::string, std::int64_t> committed_;                      ///< by the type's id
-    std::map<std::string, std::int64_t> open_;                           ///< by the state of the set's life
-    std::map<std::string, std::int64_t> copies_;                         ///< by the state of the copy
-    std::map<std::string, std::time_t> newest_;                          ///< by the resource's uuid
+    Commits committed_;
+    Commits recently_committed_;                 ///< since a count began
+    std::map<std::string, std::int64_t> open_;   ///< by the state of the set's life
+    std::map<std::string, std::int64_t> copies_; ///< by the state of the copy
     Queue_Depth queue_;
     std::vector<Gauge> gauges_;
 };

@@ -123,6 +123,7 @@ Repeater::Pause Housekeeping::work()
     }
     if (store_ != nullptr) {
         Catalog_Counts counts;
+        metrics_.begin_catalog();
         if (count_catalog(*store_, counts, error)) {
             metrics_.take_catalog(std::move(counts));
         }

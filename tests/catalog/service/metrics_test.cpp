@@ -68,19 +68,45 @@ TEST(Metrics, failures_of_the_database_are_counted_by_kind)
     EXPECT_TRUE(has_line(metrics, R"(backup_set_database_errors_total{kind="connection_lost"} 2)"));
 }
 
+catalog::Write_Answer commit_of(const char* type, const char* resource, std::time_t end)
+{
+    catalog::Write_Answer answer;
+    answer.committed = true;
+    answer.type = type;
+    answer.resource_uuid = resource;
+    answer.backup_end_time = end;
+    return answer;
+}
+
 TEST(Metrics, a_commit_counts_at_once_and_keeps_the_newest_end)
 {
     Metrics metrics;
-    catalog::Write_Answer answer;
-    answer.committed = true;
-    answer.type = "file";
-    answer.resource_uuid = "r";
-    answer.backup_end_time = 200;
-    metrics.committed(answer);
-    answer.backup_end_time = 100;
-    metrics.committed(answer);
+    metrics.committed(commit_of("file", "r", 200));
+    metrics.committed(commit_of("file", "r", 100));
     EXPECT_TRUE(has_line(metrics, R"(backup_set_sets{state="committed",type="file"} 2)"));
     EXPECT_TRUE(has_line(metrics, R"(backup_set_last_set_timestamp_seconds{resource="r"} 200)"));
+}
+
+TEST(Metrics, commits_while_the_catalog_is_counted_are_added_to_what_the_count_finds)
+{
+    Metrics metrics;
+    metrics.committed(commit_of("oracle", "r", 100)); // which the count finds
+    metrics.begin_catalog();
+    metrics.committed(commit_of("oracle", "r", 200));
+    metrics.committed(commit_of("file", "s", 300));
+    Catalog_Counts counts;
+    counts.counters.committed["oracle"] = 1;
+    counts.counters.resources = {{"r", 100}};
+    metrics.take_catalog(counts);
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_sets{state="committed",type="oracle"} 2)")) << metrics.text();
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_sets{state="committed",type="file"} 1)")) << metrics.text();
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_last_set_timestamp_seconds{resource="r"} 200)")) << metrics.text();
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_last_set_timestamp_seconds{resource="s"} 300)")) << metrics.text();
+
+    metrics.begin_catalog(); // and nothing is committed meanwhile
+    metrics.take_catalog(counts);
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_sets{state="committed",type="oracle"} 1)")) << metrics.text();
+    EXPECT_TRUE(has_line(metrics, R"(backup_set_last_set_timestamp_seconds{resource="r"} 100)")) << metrics.text();
 }
 
 class Metrics_Of_Catalog : public Catalog_Test
