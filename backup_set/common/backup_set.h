@@ -43,7 +43,7 @@ public:
     /// The handler for rows of that select; lives as long as the process.
     static database::sql::Query_Result_Handler* result_handler();
 
-    /// Writes the record as one JSON object: the common keys, then the typed ones. False (logged) when `gen` is null or
+    /// Writes the record as one JSON object: the common keys, then the typed ones. False (logged) when `handle` is null or
     /// the typed keys fail; the object is closed all the same.
     bool generate(yajl_gen_t* handle) override;
 

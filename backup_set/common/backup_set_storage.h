@@ -27,7 +27,7 @@ public:
     /// The handler for rows of that select; lives as long as the process.
     static database::sql::Query_Result_Handler* result_handler();
 
-    /// Writes the placement as one JSON object (without its set's uuid); false (logged) when `gen` is null.
+    /// Writes the placement as one JSON object (without its set's uuid); false (logged) when `handle` is null.
     bool generate(yajl_gen_t* handle) override;
 
     bool print_cstr(int index, const char* key, const char* value, std::size_t length) override;

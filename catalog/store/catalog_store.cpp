@@ -210,7 +210,8 @@ void Catalog_Store::prepare_to_write()
         return;
     }
     // What is kept of pages to take a statement back need not go through a temporary file, and pages that many sets share
-    // need not go from the log to the database every few transactions. Where this fails, so does what is written next.
+    // need not go from the log to the database every few transactions. Where this fails, which the connection logs,
+    // writing is slower and no more.
     connection_->execute_script("PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000");
 }
 

@@ -18,9 +18,3 @@ constexpr bool is_thread_sanitized = false;
 #endif
 
 constexpr bool is_sanitized = is_address_sanitized || is_thread_sanitized;
-
-/// How often to do what is done often elsewhere: with a sanitizer all takes several times as long.
-constexpr int repetitions(int times)
-{
-    return is_sanitized ? times / 4 : times;
-}

@@ -4,7 +4,6 @@
 
 #include "tests/catalog/cli/child_process.h"
 #include "tests/catalog/cli/whole_sets.h"
-#include "tests/support/sanitizer.h"
 
 #include <unistd.h>
 
@@ -17,7 +16,7 @@ using namespace cli_test;
 
 namespace {
 
-constexpr int kills = repetitions(200);
+constexpr int kills = 200;
 constexpr int documents_a_run = 24;
 
 class Kill : public On_Both_Engines

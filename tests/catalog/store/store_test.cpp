@@ -8,6 +8,8 @@
 #include "tests/catalog/store/catalog_test.h"
 
 #include <algorithm>
+#include <cstring>
+#include <filesystem>
 
 namespace {
 
@@ -216,6 +218,24 @@ TEST_P(Store_Test, refuses_what_the_database_alone_finds_wrong_for_that_document
     EXPECT_FALSE(results[2].error);
     EXPECT_EQ(count("backup_set"), 3);
     EXPECT_EQ(count("backup_set_document"), 3);
+}
+
+/// What only SQLite has.
+class Embedded_Store_Test : public Store_Test
+{};
+
+INSTANTIATE_TEST_SUITE_P(engines, Embedded_Store_Test, ::testing::Values(Engine::SQLITE), engine_name);
+
+TEST_P(Embedded_Store_Test, a_store_that_writes_empties_its_log_every_four_thousand_pages)
+{
+    constexpr std::uintmax_t usual = 1000 * 4096; // bytes at which SQLite empties it by itself
+    const std::string filler(100000, 'x');
+    for (unsigned i = 1; i <= 60; ++i) {
+        record(small(uuid(i), R"("filler":")" + filler + '"'));
+    }
+    const std::uintmax_t bytes = std::filesystem::file_size(url().substr(std::strlen("sqlite:")) + "-wal");
+    EXPECT_GT(bytes, usual + usual / 4);
+    EXPECT_LT(bytes, 5 * usual);
 }
 
 TEST_P(Store_Test, a_set_s_rows_go_with_it)
