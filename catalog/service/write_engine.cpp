@@ -67,8 +67,9 @@ bool Write_Engine::submit(Write_Request request, std::string set, Taker taker)
             return false;
         }
         waiting_bytes_ += bytes;
-        waiting_.push_back({std::move(request), std::move(set), std::move(taker), Clock::now() + options_.patience});
+        waiting_.push_back({std::move(request), std::move(set), std::move(taker), Clock::now()});
         waiting_count_ = waiting_.size();
+        crowd_ = std::max(crowd_, waiting_.size() + in_flight_);
     }
     wake_.notify_one();
     return true;
@@ -95,22 +96,30 @@ void Write_Engine::run()
         if (batch.empty()) {
             return;
         }
-        const std::size_t count = batch.size();
-        const Clock::time_point begin = Clock::now();
         work(std::move(batch), target);
-        await_company(count, Clock::now() - begin);
     }
 }
 
-/// Clients that wait for each answer fall into two halves else, each of which waits for the other's transaction.
-void Write_Engine::await_company(std::size_t answered, Clock::duration took)
+/// The requests of one transaction: what the crowd comes to for each writer.
+std::size_t Write_Engine::share() const
 {
-    std::unique_lock lock(mutex_);
-    const std::size_t all = std::min(answered + waiting_.size(), options_.most_together);
-    if (options_.writers <= 1 && all > 1) {
-        wake_.wait_for(lock, std::min<Clock::duration>(took / 2, options_.most_company),
-                       [&] { return stopping_ || waiting_.size() >= all; });
+    const std::size_t writers = std::max<std::size_t>(1, options_.writers);
+    return std::min((crowd_ + writers - 1) / writers, options_.most_together);
+}
+
+/// False: it is time to take what waits.
+bool Write_Engine::await_company(std::unique_lock<std::mutex>& lock)
+{
+    const bool all_here = waiting_.size() + in_flight_ >= crowd_;
+    if (stopping_ || waiting_.empty() || waiting_.size() >= share() || all_here) {
+        return false;
     }
+    const Clock::time_point end = std::max(waiting_.front().came, last_answers_) + company_;
+    if (wake_.wait_until(lock, end) == std::cv_status::no_timeout) {
+        return true;
+    }
+    crowd_ = waiting_.size() + in_flight_;
+    return false;
 }
 
 /// What is written next; empty when there will be nothing any more.
@@ -118,10 +127,13 @@ Write_Engine::Batch Write_Engine::take()
 {
     std::unique_lock lock(mutex_);
     while (true) {
+        while (await_company(lock)) {
+        }
         Batch batch;
+        const std::size_t most = share();
         std::size_t bytes = 0;
         std::set<std::string_view> passed; // sets whose earlier request has to wait
-        for (auto place = waiting_.begin(); place != waiting_.end() && batch.size() < options_.most_together;) {
+        for (auto place = waiting_.begin(); place != waiting_.end() && batch.size() < most;) {
             const std::size_t size = place->request.params.size();
             if (!batch.empty() && bytes + size > options_.most_together_bytes) {
                 break;
@@ -140,6 +152,7 @@ Write_Engine::Batch Write_Engine::take()
         }
         waiting_bytes_ -= bytes;
         waiting_count_ = waiting_.size();
+        in_flight_ += batch.size();
         if (stopping_ && waiting_.empty()) {
             wake_.notify_all(); // nothing will come for the others either
             return batch;
@@ -159,6 +172,7 @@ void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
         if (target == nullptr) {
             target = open_(lost);
         }
+        const Clock::time_point begin = Clock::now();
         std::vector<Write_Answer> answers;
         if (target != nullptr) {
             std::vector<Write_Request> requests;
@@ -176,19 +190,23 @@ void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
             answers.assign(batch.size(), answer);
         }
         const Clock::time_point now = Clock::now();
+        Batch done;
         Batch again;
         for (std::size_t i = 0; i < batch.size(); ++i) {
             // A database that cannot be opened may come back whatever the reason.
-            const bool later = (target == nullptr || may_pass(answers[i].error)) && now < batch[i].deadline;
-            if (later) {
+            const bool later =
+                (target == nullptr || may_pass(answers[i].error)) && now < batch[i].came + options_.patience;
+            if (later || answers[i].error.database.reconnect()) {
                 lost = answers[i].error;
-                again.push_back(std::move(batch[i]));
-            } else {
-                if (answers[i].error.database.reconnect()) {
-                    lost = answers[i].error;
-                }
-                finish(batch[i], std::move(answers[i]));
             }
+            if (!later) { // its answer goes to the place of its request
+                std::swap(answers[done.size()], answers[i]);
+            }
+            (later ? again : done).push_back(std::move(batch[i]));
+        }
+        note_answers(done.size(), begin);
+        for (std::size_t i = 0; i < done.size(); ++i) {
+            finish(done[i], std::move(answers[i]));
         }
         batch = std::move(again);
         if (lost.database.reconnect()) {
@@ -202,6 +220,15 @@ void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
             pace = std::min(pace * 2, options_.most_pace);
         }
     }
+}
+
+/// Before they go out, for who gets one may come again at once.
+void Write_Engine::note_answers(std::size_t count, Clock::time_point begun)
+{
+    const std::lock_guard lock(mutex_);
+    in_flight_ -= count;
+    last_answers_ = Clock::now();
+    company_ = std::min<Clock::duration>((last_answers_ - begun) / 2, options_.most_company);
 }
 
 void Write_Engine::finish(Pending& pending, Write_Answer answer)
@@ -227,7 +254,7 @@ void Write_Engine::fail_expired(const Error& error)
     {
         const std::lock_guard lock(mutex_);
         const Clock::time_point now = Clock::now();
-        while (!waiting_.empty() && waiting_.front().deadline <= now) {
+        while (!waiting_.empty() && waiting_.front().came + options_.patience <= now) {
             waiting_bytes_ -= waiting_.front().request.params.size();
             expired.push_back(std::move(waiting_.front()));
             waiting_.pop_front();

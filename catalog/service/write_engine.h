@@ -1,10 +1,10 @@
 // Writes of many clients at once: waiting requests share transactions.
 //
-// Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction. Nobody waits for
-// company, but for this: where there is one thread, it gives those whom it has just answered a moment to come again, so
-// that they share the next transaction with those who wait already. Requests of one set are applied one after the other
-// in the order in which they came. A lost database is opened anew; requests meanwhile wait for a while and fail then.
-// Thread-safe.
+// Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction. Clients that wait
+// for each answer come in a crowd, whose size is known from how many were here at once of late: each thread takes its share
+// of it, and gives those who were just answered a moment to come again. When they do not come, the crowd is taken to be
+// those who are here. Requests of one set are applied one after the other in the order in which they came. A lost database
+// is opened anew; requests meanwhile wait for a while and fail then. Thread-safe.
 #pragma once
 
 #include "catalog/store/write_request.h"
@@ -42,7 +42,7 @@ struct Write_Options
     std::size_t most_waiting_bytes = 256u << 20;  ///< of their params
     std::size_t most_together = 64;               ///< requests of one transaction
     std::size_t most_together_bytes = 8u << 20;   ///< of their params; one request may have more
-    std::chrono::microseconds most_company{2000}; ///< that moment; never more than half of the transaction before
+    std::chrono::microseconds most_company{2000}; ///< that moment; never more than half of the last transaction
     std::chrono::milliseconds patience{5000};     ///< how long a request waits for a database that is lost
     std::chrono::milliseconds most_pace{1000};    ///< between two attempts to open a lost database
 };
@@ -78,7 +78,7 @@ private:
         Write_Request request;
         std::string set;
         Taker taker;
-        Clock::time_point deadline; ///< for waiting for a lost database
+        Clock::time_point came;
     };
     using Batch = std::vector<Pending>;
 
@@ -87,7 +87,9 @@ private:
     void run();
     Batch take();
     void work(Batch batch, std::unique_ptr<Write_Target>& target);
-    void await_company(std::size_t answered, Clock::duration took);
+    std::size_t share() const;
+    bool await_company(std::unique_lock<std::mutex>& lock);
+    void note_answers(std::size_t count, Clock::time_point begun);
     void finish(Pending& pending, Write_Answer answer);
     void fail_expired(const Error& error);
 
@@ -99,6 +101,10 @@ private:
     std::list<Pending> waiting_;
     std::size_t waiting_bytes_ = 0;
     std::set<std::string, std::less<>> busy_; ///< sets that are being written
+    std::size_t in_flight_ = 0;               ///< requests that are being written
+    std::size_t crowd_ = 0;                   ///< most that waited or were being written at once, of late
+    Clock::time_point last_answers_;          ///< when a transaction's answers went out
+    Clock::duration company_{};               ///< for how long those who got them are waited for
     bool stopping_ = false;
     std::atomic<std::size_t> waiting_count_ = 0;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 namespace catalog {
 namespace {
@@ -28,35 +29,40 @@ Keyed_Select::Keyed_Select(const Select_SQL& select, const char* column) : array
     array_.rendered(SQL_Dialect::POSTGRESQL);
 }
 
-bool Keyed_Select::run(Database_Connection& connection, std::span<const UUID_Bytes> keys,
-                       database::sql::Query_Result_Printer& printer) const
+void Look_Ups::add(const Keyed_Select& select, std::span<const UUID_Bytes> keys,
+                   std::unique_ptr<database::sql::Query_Result_Printer> printer)
 {
     if (keys.empty()) {
-        return true;
+        return;
     }
-    if (connection.dialect() == SQL_Dialect::POSTGRESQL) {
+    printers_.push_back(std::move(printer));
+    if (connection_.dialect() == SQL_Dialect::POSTGRESQL) {
         std::string all = "{";
         for (const UUID_Bytes& key : keys) {
             all += (all.size() > 1 ? "," : "") + uuid_text(key);
         }
-        return connection.query_and_print(Select_SQL(array_).bind(":keys", all + '}'), printer, GM_ORM_ROWS);
+        queries_.push_back({Select_SQL(select.array_).bind(":keys", all + '}'), printers_.back().get()});
+        return;
     }
     while (!keys.empty()) {
         std::size_t size = 0;
-        while (size + 1 < sizes && std::size_t{1} << size < keys.size()) {
+        while (size + 1 < Keyed_Select::sizes && std::size_t{1} << size < keys.size()) {
             ++size;
         }
         const std::size_t room = std::size_t{1} << size;
-        Select_SQL select = lists_[size];
+        Select_SQL sql = select.lists_[size];
         for (std::size_t i = 0; i < room; ++i) {
-            select.bind(parameter(i), keys[std::min(i, keys.size() - 1)]); // the last one fills what is left
+            sql.bind(parameter(i), keys[std::min(i, keys.size() - 1)]); // the last one fills what is left
         }
-        if (!connection.query_and_print(select, printer, GM_ORM_ROWS)) {
-            return false;
-        }
+        queries_.push_back({std::move(sql), printers_.back().get()});
         keys = keys.subspan(std::min(room, keys.size()));
     }
-    return true;
+}
+
+void Look_Ups::add(SQL sql, std::unique_ptr<database::sql::Query_Result_Printer> printer)
+{
+    printers_.push_back(std::move(printer));
+    queries_.push_back({std::move(sql), printers_.back().get()});
 }
 
 } // namespace catalog

@@ -183,8 +183,10 @@ bool Catalog_Store::open_document(std::string_view uuid, std::string& document, 
     select.table("open_set").select("document").where("uuid = :uuid").bind(":uuid", bytes);
     Document_Printer stored;
     Set_States states;
-    if (!transaction.begun() || !connection_->query_and_print(select, stored, GM_ORM_ROWS)
-        || !look_up_pieces(*connection_, std::span(&bytes, 1), states) || !transaction.commit())
+    Look_Ups look_ups(*connection_);
+    look_up_pieces(look_ups, std::span(&bytes, 1), states);
+    if (!transaction.begun() || !connection_->query_and_print(select, stored, GM_ORM_ROWS) || !look_ups.run()
+        || !transaction.commit())
     {
         return fail(error, connection_->last_error());
     }

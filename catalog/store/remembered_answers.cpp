@@ -3,7 +3,6 @@
 #include "catalog/schema/common_tables.h"
 #include "catalog/store/catalog_store.h"
 #include "catalog/store/content_digest.h"
-#include "catalog/store/keyed_select.h"
 #include "catalog/store/refusal.h"
 #include "platform/json/document.h"
 #include "platform/json/json_generator.h"
@@ -121,13 +120,11 @@ bool read_answer(std::string_view json, Write_Answer& answer)
     return true;
 }
 
-bool find_answers(Database_Connection& connection, std::span<const UUID_Bytes> keys,
-                  std::map<UUID_Bytes, Write_Answer>& answers)
+void find_answers(Look_Ups& look_ups, std::span<const UUID_Bytes> keys, std::map<UUID_Bytes, Write_Answer>& answers)
 {
     static const Keyed_Select select(Select_SQL().table("remembered_answer").select("request_key,answer"),
                                      "request_key");
-    Answer_Printer printer(answers);
-    return select.run(connection, keys, printer);
+    look_ups.add(select, keys, std::make_unique<Answer_Printer>(answers));
 }
 
 void remember(Row_Collector& rows, const UUID_Bytes& key, std::time_t now, const Write_Answer& answer)

@@ -95,6 +95,31 @@ SQL forget_open(const UUID_Bytes& uuid)
     return with_set(sql, uuid);
 }
 
+/// The steps that have to wait for others: steps of one set follow each other, only pieces are added by several at once.
+/// `steps` are in the order of their sets, and so is the result.
+std::vector<Life_Step*> later_rounds(std::span<Life_Step* const> steps)
+{
+    const auto adds = [](const Life_Step* step) { return step->operation() == Write_Operation::ADD_PIECE; };
+    std::vector<Life_Step*> later;
+    const Life_Step* last = nullptr; // of this round
+    for (Life_Step* const step : steps) {
+        const bool is_next = later.empty() || later.back()->uuid != step->uuid;
+        const bool is_first = last == nullptr || last->uuid != step->uuid;
+        if (is_next && (is_first || (adds(step) && adds(last)))) {
+            last = step;
+        } else {
+            later.push_back(step);
+        }
+    }
+    return later;
+}
+
+class Ignoring_Printer : public database::sql::Query_Result_Token_Printer
+{
+public:
+    bool print_int(int, const char*, ACE_INT64) override { return true; }
+};
+
 /// The first text of the first row.
 class Text_Printer : public database::sql::Query_Result_Token_Printer
 {
@@ -135,10 +160,8 @@ std::vector<Write_Answer> Set_Life::apply(std::span<const Write_Request> request
 
 bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
 {
-    Database_Transaction transaction(connection_, Database_Transaction::WRITE);
-    if (!transaction.begun()) {
-        return database_failed();
-    }
+    // Rows go in by the order of their sets, as `record` writes them.
+    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
     // A request that is given twice gets the answer of the first.
     std::map<UUID_Bytes, const Life_Step*> first;
     std::vector<std::pair<const Life_Step*, const Life_Step*>> repeated;
@@ -151,12 +174,9 @@ bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
             asked.push_back(&step);
         }
     }
-    std::vector<Life_Step*> left;
-    if (!lock(steps) || !find_remembered(asked, left) || !run_rounds(std::move(left))) {
+    bool done = false;
+    if (!apply_at_once(asked, done) || (!done && !apply_in_rounds(asked))) {
         return false;
-    }
-    if (!transaction.commit()) {
-        return database_failed();
     }
     for (const auto& [step, original] : repeated) {
         answer(*step) = answer(*original);
@@ -164,6 +184,45 @@ bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
         answer(*step).committed = false;
     }
     return true;
+}
+
+/// What nearly all transactions are: one round, and nobody recorded one of its sets meanwhile. Not done: nothing happened.
+bool Set_Life::apply_at_once(std::span<Life_Step* const> steps, bool& done)
+{
+    if (!later_rounds(steps).empty()) {
+        return true;
+    }
+    Database_Transaction transaction(connection_, Database_Transaction::WRITE);
+    if (!transaction.begun()) {
+        return database_failed();
+    }
+    Look_Ups look_ups(connection_);
+    lock(look_ups, steps);
+    look_up_remembered(look_ups, steps);
+    look_up(look_ups, steps, false);
+    if (!look_ups.run()) {
+        return database_failed();
+    }
+    const std::vector<Life_Step*> left = without_remembered(steps);
+    if (!load_pieces(left) || !plan(left)) {
+        return false;
+    }
+    const Expected_Constraint expected(connection_); // a set may be committed already
+    done = transaction.commit(take_statements());
+    return done || content_refused();
+}
+
+bool Set_Life::apply_in_rounds(std::span<Life_Step* const> steps)
+{
+    Database_Transaction transaction(connection_, Database_Transaction::WRITE);
+    if (!transaction.begun()) {
+        return database_failed();
+    }
+    Look_Ups look_ups(connection_);
+    lock(look_ups, steps);
+    look_up_remembered(look_ups, steps);
+    return (look_ups.run() || database_failed()) && run_rounds(without_remembered(steps))
+           && (transaction.commit() || database_failed());
 }
 
 bool Set_Life::apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error)
@@ -210,24 +269,28 @@ bool Set_Life::apply_waiting(std::size_t limit)
             }
         }
     }
+    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
     std::vector<Life_Step*> all;
     all.reserve(steps.size());
     for (Life_Step& step : steps) {
         all.push_back(&step);
     }
-    return lock(steps) && run_rounds(std::move(all)) && (transaction.commit() || database_failed());
+    Look_Ups look_ups(connection_);
+    lock(look_ups, all);
+    return (look_ups.run() || database_failed()) && run_rounds(std::move(all))
+           && (transaction.commit() || database_failed());
 }
 
 /// On a server, others who change the same sets wait until the end of the transaction. SQLite has one writer anyway.
-bool Set_Life::lock(const std::vector<Life_Step>& steps)
+void Set_Life::lock(Look_Ups& look_ups, std::span<Life_Step* const> steps) const
 {
     if (connection_.dialect() != SQL_Dialect::POSTGRESQL || steps.empty()) {
-        return true;
+        return;
     }
     std::vector<std::int64_t> locks;
     locks.reserve(steps.size());
-    for (const Life_Step& step : steps) {
-        locks.push_back(lock_of(step.uuid));
+    for (const Life_Step* const step : steps) {
+        locks.push_back(lock_of(step->uuid));
     }
     // All take them in the same order, so that nobody waits for somebody who waits for him.
     std::ranges::sort(locks);
@@ -236,49 +299,45 @@ bool Set_Life::lock(const std::vector<Life_Step>& steps)
     for (const std::int64_t number : locks) {
         list += (list.size() > 1 ? "," : "") + std::to_string(number);
     }
-    static const SQL sql("SELECT pg_advisory_xact_lock(CAST(value AS bigint)) FROM "
-                         "json_array_elements_text(CAST(:locks AS json))");
-    return connection_.execute(SQL(sql).bind(":locks", list + ']')) || database_failed();
+    static const Select_SQL select =
+        Select_SQL().select("(SELECT count(pg_advisory_xact_lock(CAST(value AS bigint))) FROM "
+                            "json_array_elements_text(CAST(:locks AS json)))");
+    look_ups.add(Select_SQL(select).bind(":locks", list + ']'), std::make_unique<Ignoring_Printer>());
 }
 
-bool Set_Life::find_remembered(const std::vector<Life_Step*>& steps, std::vector<Life_Step*>& left)
+void Set_Life::look_up_remembered(Look_Ups& look_ups, std::span<Life_Step* const> steps)
 {
+    remembered_.clear();
     std::vector<UUID_Bytes> keys;
     for (const Life_Step* const step : steps) {
         if (step->key) {
             keys.push_back(*step->key);
         }
     }
-    std::map<UUID_Bytes, Write_Answer> found;
-    if (!find_answers(connection_, keys, found)) {
-        return database_failed();
-    }
+    find_answers(look_ups, keys, remembered_);
+}
+
+/// Gives the others their answers.
+std::vector<Life_Step*> Set_Life::without_remembered(std::span<Life_Step* const> steps)
+{
+    std::vector<Life_Step*> left;
     for (Life_Step* const step : steps) {
-        const auto place = step->key ? found.find(*step->key) : found.end();
-        if (place != found.end()) {
+        const auto place = step->key ? remembered_.find(*step->key) : remembered_.end();
+        if (place != remembered_.end()) {
             answer(*step) = std::move(place->second);
         } else {
             left.push_back(step);
         }
     }
-    return true;
+    return left;
 }
 
-/// Steps of one set follow each other; only pieces are added by several steps at once.
 bool Set_Life::run_rounds(std::vector<Life_Step*> steps)
 {
-    // Rows go in by the order of their sets, as `record` writes them.
-    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
     while (!steps.empty()) {
-        std::vector<Life_Step*> now;
-        std::vector<Life_Step*> later;
-        for (Life_Step* const step : steps) {
-            const auto add = [](const Life_Step* one) { return one->operation() == Write_Operation::ADD_PIECE; };
-            const bool is_next = later.empty() || later.back()->uuid != step->uuid;
-            const bool is_first = now.empty() || now.back()->uuid != step->uuid;
-            (is_next && (is_first || (add(step) && add(now.back()))) ? now : later).push_back(step);
-        }
-        if (!run(now)) {
+        std::vector<Life_Step*> later = later_rounds(steps);
+        std::erase_if(steps, [&](Life_Step* step) { return std::ranges::find(later, step) != later.end(); });
+        if (!run(steps)) {
             return false;
         }
         steps = std::move(later);
@@ -288,14 +347,12 @@ bool Set_Life::run_rounds(std::vector<Life_Step*> steps)
 
 bool Set_Life::run(std::span<Life_Step* const> steps)
 {
-    for (const bool carefully : {false, true}) {
-        bool done = false;
-        if (!run_together(steps, carefully, done)) {
-            return false;
-        }
-        if (done) {
-            return true;
-        }
+    bool done = false;
+    if (!run_together(steps, done)) {
+        return false;
+    }
+    if (done) {
+        return true;
     }
     if (steps.size() == 1) {
         return give_up(*steps.front());
@@ -303,29 +360,26 @@ bool Set_Life::run(std::span<Life_Step* const> steps)
     return std::ranges::all_of(steps, [this](Life_Step* step) { return run(std::span(&step, 1)); });
 }
 
-bool Set_Life::run_together(std::span<Life_Step* const> steps, bool carefully, bool& done)
+bool Set_Life::run_together(std::span<Life_Step* const> steps, bool& done)
 {
-    before_.clear();
-    rows_.take();
-    after_.clear();
-    if (!look_up(steps, carefully)) {
+    Look_Ups look_ups(connection_);
+    look_up(look_ups, steps, true);
+    if (!look_ups.run()) {
+        return database_failed();
+    }
+    if (!load_pieces(steps) || !plan(steps)) {
         return false;
     }
-    for (Life_Step* const step : steps) {
-        answer(*step) = {};
-        answer(*step).uuid = uuid_text(step->uuid);
-        if (!plan(*step)) {
-            return false;
-        }
-        if (step->key) {
-            remember(rows_, *step->key, now_, answer(*step));
-        }
-    }
-    return write(done);
+    const std::vector<Statement> statements = take_statements();
+    const Expected_Constraint expected(connection_); // what a server's other clients do is not seen in time
+    done = statements.empty() || connection_.execute(statements);
+    return done || content_refused();
 }
 
-bool Set_Life::look_up(std::span<Life_Step* const> steps, bool carefully)
+/// What is open or queued of the sets, and for some steps whether they are committed.
+void Set_Life::look_up(Look_Ups& look_ups, std::span<Life_Step* const> steps, bool carefully)
 {
+    states_.clear();
     std::vector<UUID_Bytes> sets;
     std::vector<UUID_Bytes> doubtful;
     for (const Life_Step* const step : steps) {
@@ -337,29 +391,53 @@ bool Set_Life::look_up(std::span<Life_Step* const> steps, bool carefully)
             }
         }
     }
-    if (!look_up_states(connection_, sets, doubtful, states_)) {
-        return database_failed();
-    }
-    std::vector<UUID_Bytes> with_pieces;
+    look_up_states(look_ups, sets, doubtful, states_);
+}
+
+/// Of the open sets whose pieces a step takes.
+bool Set_Life::load_pieces(std::span<Life_Step* const> steps)
+{
+    std::vector<UUID_Bytes> sets;
     for (const Life_Step* const step : steps) {
         const bool takes = step->operation() == Write_Operation::ABORT || step->operation() == Write_Operation::COMMIT;
         if (takes && states_[step->uuid].open) {
-            with_pieces.push_back(step->uuid);
+            sets.push_back(step->uuid);
         }
     }
-    return look_up_pieces(connection_, with_pieces, states_) || database_failed();
+    Look_Ups look_ups(connection_);
+    look_up_pieces(look_ups, sets, states_);
+    return look_ups.run() || database_failed();
 }
 
-bool Set_Life::write(bool& written)
+bool Set_Life::plan(std::span<Life_Step* const> steps)
+{
+    before_.clear();
+    rows_.take();
+    after_.clear();
+    for (Life_Step* const step : steps) {
+        answer(*step) = {};
+        answer(*step).uuid = uuid_text(step->uuid);
+        if (!plan(*step)) {
+            return false;
+        }
+        if (step->key) {
+            remember(rows_, *step->key, now_, answer(*step));
+        }
+    }
+    return true;
+}
+
+std::vector<Set_Life::Statement> Set_Life::take_statements()
 {
     std::vector<Statement> statements = std::move(before_);
     std::ranges::move(rows_.take(), std::back_inserter(statements));
     std::ranges::move(after_, std::back_inserter(statements));
-    const Expected_Constraint expected(connection_); // a set may be committed already
-    written = statements.empty() || connection_.execute(statements);
-    if (written) {
-        return true;
-    }
+    return statements;
+}
+
+/// After statements that failed: whether it was for what they write.
+bool Set_Life::content_refused()
+{
     failure_ = connection_.last_error();
     return concerns_content(failure_);
 }

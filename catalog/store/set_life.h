@@ -1,7 +1,8 @@
 // The steps of sets' lives, many in one transaction. What each step does in each state stands at `Catalog_Store`.
 //
-// Steps are taken together where they can be: one look-up for all, one insert for each table. Where that fails, for what
-// one of them would write is not taken, they are looked at more closely and at last taken one by one.
+// Steps are taken together where they can be: one look-up for all, one insert for each table, and so a transaction is two
+// trips to a server. Where that fails, for what one of them would write is not taken, they are looked at more closely and
+// at last taken one by one.
 #pragma once
 
 #include "catalog/store/life_step.h"
@@ -11,6 +12,7 @@
 
 #include <cstddef>
 #include <ctime>
+#include <map>
 #include <span>
 #include <vector>
 
@@ -32,14 +34,21 @@ private:
     // Each is false when the database failed (`failure_`): then nothing at all can be done.
     bool apply_steps(std::vector<Life_Step>& steps);
     bool apply_waiting(std::size_t limit);
-    bool lock(const std::vector<Life_Step>& steps);
-    bool find_remembered(const std::vector<Life_Step*>& steps, std::vector<Life_Step*>& left);
+    bool apply_at_once(std::span<Life_Step* const> steps, bool& done);
+    bool apply_in_rounds(std::span<Life_Step* const> steps);
     bool run_rounds(std::vector<Life_Step*> steps);
     bool run(std::span<Life_Step* const> steps);
-    bool run_together(std::span<Life_Step* const> steps, bool carefully, bool& done);
-    bool look_up(std::span<Life_Step* const> steps, bool carefully);
-    bool write(bool& written);
+    bool run_together(std::span<Life_Step* const> steps, bool& done);
+    bool load_pieces(std::span<Life_Step* const> steps);
+    bool plan(std::span<Life_Step* const> steps);
+    bool content_refused();
     bool give_up(Life_Step& step);
+
+    void lock(Look_Ups& look_ups, std::span<Life_Step* const> steps) const;
+    void look_up_remembered(Look_Ups& look_ups, std::span<Life_Step* const> steps);
+    void look_up(Look_Ups& look_ups, std::span<Life_Step* const> steps, bool carefully);
+    std::vector<Life_Step*> without_remembered(std::span<Life_Step* const> steps);
+    std::vector<Statement> take_statements();
 
     // What a step does, for its set's state: its answer, and what is to be written.
     bool plan(Life_Step& step);
@@ -70,6 +79,7 @@ private:
     std::vector<Write_Answer> answers_;
 
     // Of the steps that are being taken together.
+    std::map<UUID_Bytes, Write_Answer> remembered_;
     Set_States states_;
     std::vector<Statement> before_; ///< the inserts
     Row_Collector rows_;

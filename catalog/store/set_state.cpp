@@ -1,7 +1,5 @@
 #include "catalog/store/set_state.h"
 
-#include "catalog/store/keyed_select.h"
-
 #include <array>
 #include <cstddef>
 #include <string_view>
@@ -95,8 +93,8 @@ const char* Set_State::name() const
     return complete ? "complete" : open ? "open" : "unknown";
 }
 
-bool look_up_states(Database_Connection& connection, std::span<const UUID_Bytes> sets,
-                    std::span<const UUID_Bytes> doubtful, Set_States& states)
+void look_up_states(Look_Ups& look_ups, std::span<const UUID_Bytes> sets, std::span<const UUID_Bytes> doubtful,
+                    Set_States& states)
 {
     static const Keyed_Select open(
         Select_SQL().table("open_set").select("uuid,catalog_type,state,initialized,completed"), "uuid");
@@ -107,20 +105,17 @@ bool look_up_states(Database_Connection& connection, std::span<const UUID_Bytes>
     for (const UUID_Bytes& set : sets) {
         states[set] = {};
     }
-    Open_Printer open_printer(states);
-    Queued_Printer queued_printer(states);
-    Committed_Printer committed_printer(states);
-    return open.run(connection, sets, open_printer) && queued.run(connection, sets, queued_printer)
-           && committed.run(connection, doubtful, committed_printer);
+    look_ups.add(open, sets, std::make_unique<Open_Printer>(states));
+    look_ups.add(queued, sets, std::make_unique<Queued_Printer>(states));
+    look_ups.add(committed, doubtful, std::make_unique<Committed_Printer>(states));
 }
 
-bool look_up_pieces(Database_Connection& connection, std::span<const UUID_Bytes> sets, Set_States& states)
+void look_up_pieces(Look_Ups& look_ups, std::span<const UUID_Bytes> sets, Set_States& states)
 {
     static const Keyed_Select select(
         Select_SQL().table("open_set_pieces").select("set_uuid,pieces").order_by("set_uuid").order_by("id"),
         "set_uuid");
-    Piece_Printer printer(states);
-    return select.run(connection, sets, printer);
+    look_ups.add(select, sets, std::make_unique<Piece_Printer>(states));
 }
 
 } // namespace catalog

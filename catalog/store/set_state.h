@@ -1,7 +1,7 @@
 // In which state of their lives sets are.
 #pragma once
 
-#include "platform/database/database_connection.h"
+#include "catalog/store/keyed_select.h"
 #include "platform/text/uuid.h"
 
 #include <map>
@@ -34,10 +34,10 @@ using Set_States = std::map<UUID_Bytes, Set_State>;
 
 /// Looks up what is open or queued of some sets, and which of the `doubtful` ones are committed: the others are taken as
 /// not committed. The sets begin anew in `states`.
-bool look_up_states(Database_Connection& connection, std::span<const UUID_Bytes> sets,
-                    std::span<const UUID_Bytes> doubtful, Set_States& states);
+void look_up_states(Look_Ups& look_ups, std::span<const UUID_Bytes> sets, std::span<const UUID_Bytes> doubtful,
+                    Set_States& states);
 
-/// Loads the pieces of open sets.
-bool look_up_pieces(Database_Connection& connection, std::span<const UUID_Bytes> sets, Set_States& states);
+/// Looks up the pieces of open sets.
+void look_up_pieces(Look_Ups& look_ups, std::span<const UUID_Bytes> sets, Set_States& states);
 
 } // namespace catalog

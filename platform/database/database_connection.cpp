@@ -53,11 +53,11 @@ Database_Transaction::~Database_Transaction()
     }
 }
 
-bool Database_Transaction::commit()
+bool Database_Transaction::commit(std::span<const Database_Connection::Statement> statements)
 {
     if (!open_) {
         return false;
     }
     open_ = false;
-    return connection_.commit();
+    return connection_.commit(statements);
 }

@@ -72,6 +72,18 @@ public:
     virtual bool query_and_print(const SQL& sql, database::sql::Query_Result_Printer& printer, Generate_Mode mode,
                                  database::sql::Query_Result_Handler* handler = nullptr) = 0;
 
+    /// One of several queries.
+    struct Query
+    {
+        SQL sql; ///< a SELECT: a Select_SQL or a whole statement
+        database::sql::Query_Result_Printer* printer;
+        Generate_Mode mode = GM_ORM_ROWS;
+    };
+
+    /// Runs queries inside the open transaction, in order, until one fails; what was printed before stays printed. On
+    /// PostgreSQL those that are composed (Select_SQL) travel in one trip.
+    virtual bool query_and_print(std::span<const Query> queries) = 0;
+
     /// Runs statements that give no rows, in order, all or none: inside the open transaction, or in one of its own.
     /// On PostgreSQL they travel in one trip. On success `changed` gets the number of rows inserted, updated and deleted.
     virtual bool execute(std::span<const Statement> statements, std::int64_t* changed = nullptr) = 0;
@@ -85,8 +97,12 @@ public:
     // for being late. A failed `commit` has rolled back.
     virtual bool begin_write() = 0;
     virtual bool begin_read() = 0; ///< one snapshot for several queries
-    virtual bool commit() = 0;
+    bool commit() { return commit({}); }
     virtual bool rollback() = 0;
+
+    /// Runs the last statements of the open transaction, in order, and commits it; on PostgreSQL all in one trip. Nothing
+    /// of the transaction is left when one of them fails.
+    virtual bool commit(std::span<const Statement> statements) = 0;
 
     /// From the next operation on, a query, an `execute` or a script that takes longer is ended: CANCELLED. 0, as at
     /// first: no limit. Where the rows of a query come in portions the limit may hold for each of these.
@@ -140,7 +156,7 @@ public:
     ~Database_Transaction();
 
     bool begun() const { return open_; } ///< false: it could not begin, see last_error
-    bool commit();
+    bool commit(std::span<const Database_Connection::Statement> statements = {}); ///< the last ones
 
 private:
     Database_Connection& connection_;

@@ -35,11 +35,12 @@ public:
         queries_.push_back({sql.str(), sql.bindings(), mode, handler});
         return answers_;
     }
+    bool query_and_print(std::span<const Database_Connection::Query>) override { return false; }
     bool execute(std::span<const Statement>, std::int64_t*) override { return false; }
     bool execute_script(const std::string&) override { return false; }
     bool begin_write() override { return false; }
     bool begin_read() override { return false; }
-    bool commit() override { return false; }
+    bool commit(std::span<const Statement>) override { return false; }
     bool rollback() override { return false; }
 
 private:

@@ -116,6 +116,37 @@ bool Connection_Core::query(const SQL& sql, database::sql::Query_Result_Printer&
     return succeeded;
 }
 
+bool Connection_Core::query_and_print(std::span<const Query> queries)
+{
+    if (!begin_operation("several queries") || !check_transaction()) {
+        return false;
+    }
+    if (transaction_ == Transaction::NONE) {
+        return report(Database_Error::STATEMENT, "several queries need an open transaction", {});
+    }
+    std::vector<Rendered_Ptr> rendered;
+    rendered.reserve(queries.size());
+    try {
+        for (const Query& query : queries) {
+            rendered.push_back(query.sql.rendered(dialect()));
+        }
+    } catch (const SQL_Syntax_Error& error) {
+        return report(Database_Error::STATEMENT, error.what(), {});
+    }
+    const Query_Scope scope(depth_);
+    return run_queries(queries, rendered);
+}
+
+bool Connection_Core::run_queries(std::span<const Query> queries, std::span<const Rendered_Ptr> rendered)
+{
+    for (std::size_t i = 0; i < queries.size(); ++i) {
+        if (!run_query(queries[i].sql, rendered[i], *queries[i].printer, queries[i].mode, nullptr)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 bool Connection_Core::begin_operation(const char* what)
 {
     if (is_looking_ahead()) {
@@ -184,7 +215,7 @@ bool Connection_Core::begin(Transaction kind)
     return true;
 }
 
-bool Connection_Core::commit()
+bool Connection_Core::commit(std::span<const Statement> statements)
 {
     if (!begin_operation("the end of a transaction")) {
         return false;
@@ -192,13 +223,13 @@ bool Connection_Core::commit()
     if (transaction_ == Transaction::NONE) {
         return report(Database_Error::STATEMENT, "no transaction is open", {});
     }
-    const bool is_alive = check_transaction();
+    const bool is_possible = statements.empty() ? check_transaction() : check_writable();
     transaction_ = Transaction::NONE;
-    if (!is_alive) {
+    if (!is_possible) {
         run_rollback();
         return false;
     }
-    return run_commit();
+    return run_commit(statements);
 }
 
 bool Connection_Core::rollback()

@@ -20,12 +20,14 @@ public:
                          database::sql::Query_Result_Handler* handler) final;
     bool query_and_print(const SQL& sql, database::sql::Query_Result_Printer& printer, Generate_Mode mode,
                          database::sql::Query_Result_Handler* handler) final;
+    bool query_and_print(std::span<const Query> queries) final;
     using Database_Connection::execute;
     bool execute(std::span<const Statement> statements, std::int64_t* changed) final;
     bool execute_script(const std::string& script) final;
     bool begin_write() final { return begin(Transaction::WRITE); }
     bool begin_read() final { return begin(Transaction::READ); }
-    bool commit() final;
+    using Database_Connection::commit;
+    bool commit(std::span<const Statement> statements) final;
     bool rollback() final;
 
 protected:
@@ -43,10 +45,12 @@ protected:
     /// Runs a query. May be called inside itself.
     virtual bool run_query(const SQL& sql, const Rendered_Ptr& rendered, database::sql::Query_Result_Printer& printer,
                            Generate_Mode mode, database::sql::Query_Result_Handler* handler) = 0;
+    /// Runs queries inside a transaction, one after the other if the engine knows nothing better.
+    virtual bool run_queries(std::span<const Query> queries, std::span<const Rendered_Ptr> rendered);
     virtual bool run_statements(std::span<const Statement> statements, std::int64_t& changed) = 0;
     virtual bool run_script(const std::string& script) = 0;
     virtual bool run_begin(Transaction kind) = 0;
-    virtual bool run_commit() = 0;   ///< rolls back when it fails
+    virtual bool run_commit(std::span<const Statement> statements) = 0; ///< rolls back when it fails
     virtual bool run_rollback() = 0; ///< of a transaction that may have come to its end already
     /// When the open transaction is gone, because the engine has ended it or the connection is lost: what that is.
     virtual std::optional<Database_Error::Kind> transaction_loss() const = 0;

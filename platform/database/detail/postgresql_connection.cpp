@@ -216,10 +216,11 @@ private:
 
     bool run_query(const SQL& sql, const Rendered_Ptr& rendered, Query_Result_Printer& printer, Generate_Mode mode,
                    Query_Result_Handler* handler) override;
+    bool run_queries(std::span<const Query> queries, std::span<const Rendered_Ptr> rendered) override;
     bool run_statements(std::span<const Statement> statements, std::int64_t& changed) override;
     bool run_script(const std::string& script) override;
     bool run_begin(Transaction kind) override;
-    bool run_commit() override;
+    bool run_commit(std::span<const Statement> statements) override;
     bool run_rollback() override;
     std::optional<Database_Error::Kind> transaction_loss() const override;
     bool is_looking_ahead() const override { return recorded_ != nullptr; }
@@ -241,9 +242,12 @@ private:
     void forget_oldest();
     void forget_statements();
 
+    Running running(const SQL& sql, const Rendered_Ptr& rendered, Query_Result_Printer& printer, Generate_Mode mode,
+                    Query_Result_Handler* handler);
     bool run_outermost(Running& running);
     bool run_inner(Running& running, Answers* answers);
     bool record(const SQL& sql, const Rendered_Ptr& rendered, Generate_Mode mode);
+    bool ask(Running& running, Cut cut, std::optional<Ticket>& ticket);
     bool run_directly(Running& running, Cut cut);
     bool run_by_cursor(Running& running);
     bool print_direct_result(Running& running, const Result_Ptr& result);
@@ -255,6 +259,8 @@ private:
     void look_ahead(Running& running, const pg_result* result, int row);
     void drop(const Answers& answers);
 
+    bool send_all(std::span<const Statement> statements);
+    bool check_sent(std::int64_t& changed);
     bool send(const SQL& sql);
     bool send(const Insert_SQL& insert);
 
@@ -476,14 +482,20 @@ bool PostgreSQL_Connection::run_query(const SQL& sql, const Rendered_Ptr& render
     }
     ++inner_queries_;
     const Scoped_Value<Answers*> answers(answers_, nullptr);
-    Running running{sql,
-                    rendered,
-                    Statement_Ptr(rendered, &rendered->text),
-                    mode,
-                    handler,
-                    Column_Sink(*this, printer, handler),
-                    Column_Sink(*this, dropping_printer_, handler)};
-    return depth() == 1 ? run_outermost(running) : run_inner(running, answers.before());
+    Running query = running(sql, rendered, printer, mode, handler);
+    return depth() == 1 ? run_outermost(query) : run_inner(query, answers.before());
+}
+
+Running PostgreSQL_Connection::running(const SQL& sql, const Rendered_Ptr& rendered, Query_Result_Printer& printer,
+                                       Generate_Mode mode, Query_Result_Handler* handler)
+{
+    return {sql,
+            rendered,
+            Statement_Ptr(rendered, &rendered->text),
+            mode,
+            handler,
+            Column_Sink(*this, printer, handler),
+            Column_Sink(*this, dropping_printer_, handler)};
 }
 
 bool PostgreSQL_Connection::run_outermost(Running& running)
@@ -552,6 +564,51 @@ bool PostgreSQL_Connection::run_inner(Running& running, Answers* answers)
     return fits_cursor(running.rendered->text) ? run_by_cursor(running) : run_directly(running, Cut::NONE);
 }
 
+bool PostgreSQL_Connection::run_queries(std::span<const Query> queries, std::span<const Rendered_Ptr> rendered)
+{
+    pipeline_.begin_scope();
+    Undo undo(*this, Operation::QUERY);
+    struct Asked
+    {
+        Running query;
+        std::optional<Ticket> ticket = std::nullopt;
+    };
+    std::vector<Asked> all;
+    all.reserve(queries.size());
+    for (std::size_t i = 0; i < queries.size(); ++i) {
+        const Query& query = queries[i];
+        all.push_back({running(query.sql, rendered[i], *query.printer, query.mode, nullptr)});
+    }
+    const auto send_on = [&](std::size_t from) { // up to one that cannot be sent ahead
+        for (std::size_t i = from; i < all.size(); ++i) {
+            Asked& asked = all[i];
+            const auto cut = cut_of(*rendered[i], asked.query.mode);
+            if (cut && !ask(asked.query, *cut, asked.ticket)) {
+                return false;
+            }
+            if (!asked.ticket) {
+                break;
+            }
+        }
+        pipeline_.sync();
+        return true;
+    };
+    if (!send_on(0)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        auto& [query, ticket] = all[i];
+        const bool succeeded =
+            ticket ? print_direct_result(query, pipeline_.take(*ticket)) : run_inner(query, nullptr) && send_on(i + 1);
+        if (!succeeded) {
+            return false;
+        }
+    }
+    undo.dismiss();
+    pipeline_.drop_all();
+    return true;
+}
+
 /// Nothing is printed; the result waits until the row's turn comes.
 bool PostgreSQL_Connection::record(const SQL& sql, const Rendered_Ptr& rendered, Generate_Mode mode)
 {
@@ -568,17 +625,26 @@ bool PostgreSQL_Connection::record(const SQL& sql, const Rendered_Ptr& rendered,
     return true;
 }
 
-bool PostgreSQL_Connection::run_directly(Running& running, Cut cut)
+/// Sends the query; no ticket: it needs a cursor.
+bool PostgreSQL_Connection::ask(Running& running, Cut cut, std::optional<Ticket>& ticket)
 {
     if (!set_parameters(running.sql, *running.rendered)) {
         return false;
     }
     running.prepared = prepare(running.rendered->text, running.rendered->hash, cut, running.rendered, running.about);
-    if (running.prepared->has_many_rows) {
-        return run_by_cursor(running);
+    if (!running.prepared->has_many_rows) {
+        ticket = pipeline_.run_prepared(running.prepared->name, parameters_, running.about);
     }
-    const Ticket ticket = pipeline_.run_prepared(running.prepared->name, parameters_, running.about);
-    return print_direct_result(running, pipeline_.take(ticket));
+    return true;
+}
+
+bool PostgreSQL_Connection::run_directly(Running& running, Cut cut)
+{
+    std::optional<Ticket> ticket;
+    if (!ask(running, cut, ticket)) {
+        return false;
+    }
+    return ticket ? print_direct_result(running, pipeline_.take(*ticket)) : run_by_cursor(running);
 }
 
 bool PostgreSQL_Connection::print_direct_result(Running& running, const Result_Ptr& result)
@@ -826,6 +892,29 @@ std::int64_t changed_rows(pg_result* result)
     return rows;
 }
 
+bool PostgreSQL_Connection::send_all(std::span<const Statement> statements)
+{
+    try {
+        return std::ranges::all_of(statements, [this](const Statement& statement) {
+            return std::visit([this](const auto& sql) { return send(sql); }, statement);
+        });
+    } catch (const SQL_Syntax_Error& error) {
+        return report(Database_Error::STATEMENT, error.what(), {});
+    }
+}
+
+bool PostgreSQL_Connection::check_sent(std::int64_t& changed)
+{
+    return std::ranges::all_of(sent_, [&](const Sent& sent) {
+        const Result_Ptr result = pipeline_.take(sent.ticket);
+        if (!check(result, sent.about)) {
+            return false;
+        }
+        changed += changed_rows(result.get());
+        return true;
+    });
+}
+
 bool PostgreSQL_Connection::run_statements(std::span<const Statement> statements, std::int64_t& changed)
 {
     if (!be_connected()) {
@@ -835,23 +924,13 @@ bool PostgreSQL_Connection::run_statements(std::span<const Statement> statements
     Undo undo(*this, Operation::STATEMENTS);
     sent_.clear();
     sent_.push_back({pipeline_.run(is_own_transaction() ? "BEGIN" : "SAVEPOINT statements"), nullptr});
-    for (const Statement& statement : statements) {
-        try {
-            if (!std::visit([this](const auto& sql) { return send(sql); }, statement)) {
-                return false;
-            }
-        } catch (const SQL_Syntax_Error& error) {
-            return report(Database_Error::STATEMENT, error.what(), {});
-        }
+    if (!send_all(statements)) {
+        return false;
     }
     const Ticket end = pipeline_.run(is_own_transaction() ? "COMMIT" : "RELEASE SAVEPOINT statements");
     pipeline_.sync();
-    for (const Sent& sent : sent_) {
-        const Result_Ptr result = pipeline_.take(sent.ticket);
-        if (!check(result, sent.about)) {
-            return false;
-        }
-        changed += changed_rows(result.get());
+    if (!check_sent(changed)) {
+        return false;
     }
     const Result_Ptr result = pipeline_.take(end);
     if (is_own_transaction() ? !check_commit(result) : !check(result, nullptr)) {
@@ -908,13 +987,18 @@ bool PostgreSQL_Connection::run_begin(Transaction kind)
     return true;
 }
 
-bool PostgreSQL_Connection::run_commit()
+bool PostgreSQL_Connection::run_commit(std::span<const Statement> statements)
 {
     pipeline_.begin_scope();
     Undo undo(*this, Operation::COMMIT);
+    sent_.clear();
+    if (!send_all(statements)) {
+        return false;
+    }
     const Ticket commit = pipeline_.run("COMMIT");
     pipeline_.sync();
-    if (!check_commit(pipeline_.take(commit))) {
+    std::int64_t changed = 0;
+    if (!check_sent(changed) || !check_commit(pipeline_.take(commit))) {
         return false;
     }
     undo.dismiss();

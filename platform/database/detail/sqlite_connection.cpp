@@ -134,7 +134,7 @@ private:
     bool run_statements(std::span<const Statement> statements, std::int64_t& changed) override;
     bool run_script(const std::string& script) override;
     bool run_begin(Transaction kind) override;
-    bool run_commit() override;
+    bool run_commit(std::span<const Statement> statements) override;
     bool run_rollback() override { return !is_in_transaction() || run("ROLLBACK"); }
     std::optional<Database_Error::Kind> transaction_loss() const override
     {
@@ -160,6 +160,7 @@ private:
     bool bind(Prepared& prepared, int position, const Binding_Value& value);
     bool bind(Prepared& prepared, const SQL& sql, const Rendered_SQL& rendered);
     bool step_to_end(Prepared& prepared, std::int64_t& changed);
+    bool run_each(std::span<const Statement> statements, std::int64_t& changed);
     bool run_statement(const SQL& sql, std::int64_t& changed);
     bool run_statement(const Insert_SQL& insert, std::int64_t& changed);
 
@@ -403,6 +404,17 @@ bool SQLite_Connection::run_statement(const Insert_SQL& insert, std::int64_t& ch
     return true;
 }
 
+bool SQLite_Connection::run_each(std::span<const Statement> statements, std::int64_t& changed)
+{
+    try {
+        return std::ranges::all_of(statements, [&](const Statement& statement) {
+            return std::visit([&](const auto& sql) { return run_statement(sql, changed); }, statement);
+        });
+    } catch (const SQL_Syntax_Error& error) {
+        return report(Database_Error::STATEMENT, error.what(), {});
+    }
+}
+
 bool SQLite_Connection::run_statements(std::span<const Statement> statements, std::int64_t& changed)
 {
     const bool is_inner = transaction() != Transaction::NONE;
@@ -410,18 +422,7 @@ bool SQLite_Connection::run_statements(std::span<const Statement> statements, st
     if (!check_file() || !run(is_inner ? "SAVEPOINT statements" : "BEGIN IMMEDIATE")) {
         return false;
     }
-    bool succeeded = true;
-    try {
-        for (const Statement& statement : statements) {
-            succeeded = std::visit([&](const auto& sql) { return run_statement(sql, changed); }, statement);
-            if (!succeeded) {
-                break;
-            }
-        }
-    } catch (const SQL_Syntax_Error& error) {
-        succeeded = report(Database_Error::STATEMENT, error.what(), {});
-    }
-    succeeded = succeeded && run(is_inner ? "RELEASE statements" : "COMMIT");
+    const bool succeeded = run_each(statements, changed) && run(is_inner ? "RELEASE statements" : "COMMIT");
     if (!succeeded && is_in_transaction()) { // the engine may have rolled back by itself
         const char* const undo = is_inner ? "ROLLBACK TO statements; RELEASE statements" : "ROLLBACK";
         sqlite3_exec(db_, undo, nullptr, nullptr, nullptr); // the reason has been reported
@@ -450,9 +451,11 @@ bool SQLite_Connection::run_begin(Transaction kind)
     return check_file() && run(kind == Transaction::WRITE ? "BEGIN IMMEDIATE" : "BEGIN");
 }
 
-bool SQLite_Connection::run_commit()
+bool SQLite_Connection::run_commit(std::span<const Statement> statements)
 {
-    if (run("COMMIT")) {
+    start_clock();
+    std::int64_t changed = 0;
+    if (run_each(statements, changed) && run("COMMIT")) {
         return true;
     }
     if (is_in_transaction()) {

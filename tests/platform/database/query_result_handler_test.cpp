@@ -21,11 +21,12 @@ public:
     {
         return unexpected();
     }
+    bool query_and_print(std::span<const Query>) override { return unexpected(); }
     bool execute(std::span<const Statement>, std::int64_t*) override { return unexpected(); }
     bool execute_script(const std::string&) override { return unexpected(); }
     bool begin_write() override { return unexpected(); }
     bool begin_read() override { return unexpected(); }
-    bool commit() override { return unexpected(); }
+    bool commit(std::span<const Statement>) override { return unexpected(); }
     bool rollback() override { return unexpected(); }
 
 private:

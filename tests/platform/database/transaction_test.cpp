@@ -203,3 +203,109 @@ TEST_P(Transaction, scope_that_could_not_begin_ends_nothing)
     }
     EXPECT_TRUE(connection().commit()) << "the outer one is untouched";
 }
+
+TEST_P(Transaction, last_statements_are_committed)
+{
+    using Statement = Database_Connection::Statement;
+    make_table();
+    const auto other = open();
+    ASSERT_TRUE(connection().begin_write());
+    add_rows(1);
+    ASSERT_TRUE(connection().commit(std::vector<Statement>{Insert_SQL("t", {"a"}).row({2}).row({3}),
+                                                           SQL("DELETE FROM t WHERE a = :a").bind(":a", 1)}));
+    EXPECT_EQ(rows("SELECT a FROM t ORDER BY a"), "{0.a=i:2} {0.a=i:3}");
+    EXPECT_EQ(count(*other), "{0.n=i:2}");
+    EXPECT_EQ(refused([&] { return connection().rollback(); }).message, "no transaction is open");
+}
+
+TEST_P(Transaction, failed_last_statement_rolls_all_back)
+{
+    using Statement = Database_Connection::Statement;
+    script("CREATE TABLE t (a BIGINT PRIMARY KEY)");
+    const std::vector<Statement> conflicting{Insert_SQL("t", {"a"}).row({2}), Insert_SQL("t", {"a"}).row({1})};
+    for (int turn = 0; turn < 2; ++turn) { // the second time the statements are prepared
+        ASSERT_TRUE(connection().begin_write());
+        ASSERT_TRUE(connection().execute(Insert_SQL("t", {"a"}).row({1})));
+        EXPECT_EQ(refused([&] { return connection().commit(conflicting); }).kind, Database_Error::CONSTRAINT);
+        EXPECT_EQ(count(), "{0.n=i:0}");
+        EXPECT_EQ(refused([&] { return connection().rollback(); }).message, "no transaction is open");
+    }
+    const std::vector<Statement> without_value{Insert_SQL("t", {"a"}).row({2}), SQL("DELETE FROM t WHERE a = :a")};
+    ASSERT_TRUE(connection().begin_write());
+    EXPECT_EQ(refused([&] { return connection().commit(without_value); }).kind, Database_Error::STATEMENT);
+    EXPECT_EQ(count(), "{0.n=i:0}");
+    EXPECT_TRUE(connection().execute(Insert_SQL("t", {"a"}).row({1})));
+}
+
+TEST_P(Transaction, reading_refuses_last_statements)
+{
+    make_table();
+    const Database_Connection::Statement insert = Insert_SQL("t", {"a"}).row({1});
+    ASSERT_TRUE(connection().begin_read());
+    EXPECT_EQ(refused([&] { return connection().commit(std::span(&insert, 1)); }).kind, Database_Error::READ_ONLY);
+    EXPECT_EQ(refused([&] { return connection().commit(); }).message, "no transaction is open");
+    EXPECT_EQ(count(), "{0.n=i:0}");
+}
+
+TEST_P(Transaction, several_queries_print_one_after_the_other)
+{
+    make_table();
+    add_rows(300); // more than come in one trip
+    Noting_Printer few;
+    Noting_Printer many;
+    Noting_Printer first;
+    Noting_Printer text;
+    Noting_Printer bound;
+    const Select_SQL all = Select_SQL().table("t").select("a").order_by("a");
+    const std::vector<Database_Connection::Query> queries{
+        {Select_SQL(all).where("a < 3"), &few},
+        {all, &many},
+        {Select_SQL(all).where("a > 7"), &first, GM_ORM_FIRST_ROW},
+        {SQL("SELECT count(*) AS n FROM t"), &text},
+        {Select_SQL(all).where("a = :a").bind(":a", 42), &bound},
+    };
+    ASSERT_TRUE(connection().begin_write());
+    for (int turn = 0; turn < 2; ++turn) { // the second time it is known which one has many rows
+        ASSERT_TRUE(connection().query_and_print(queries));
+        EXPECT_EQ(few.take(), "{0.a=i:1} {0.a=i:2}");
+        EXPECT_TRUE(many.take().ends_with("{0.a=i:299} {0.a=i:300}"));
+        EXPECT_EQ(first.take(), "{0.a=i:8}");
+        EXPECT_EQ(text.take(), "{0.n=i:300}");
+        EXPECT_EQ(bound.take(), "{0.a=i:42}");
+    }
+    add_rows(1, 301);
+    EXPECT_TRUE(connection().query_and_print(std::span<const Database_Connection::Query>()));
+    EXPECT_TRUE(connection().commit());
+    EXPECT_EQ(count(), "{0.n=i:301}");
+}
+
+TEST_P(Transaction, failed_one_of_several_queries_ends_them)
+{
+    make_table();
+    add_rows(1);
+    Noting_Printer before;
+    Noting_Printer failing;
+    Noting_Printer behind;
+    const Select_SQL good = Select_SQL().table("t").select("a");
+    const std::vector<Database_Connection::Query> queries{
+        {good, &before}, {Select_SQL().table("t").select("nowhere"), &failing}, {good, &behind}};
+    ASSERT_TRUE(connection().begin_write());
+    add_rows(1, 2);
+    const Database_Error error = refused([&] { return connection().query_and_print(queries); });
+    EXPECT_EQ(error.kind, Database_Error::STATEMENT);
+    EXPECT_NE(error.statement.find("nowhere"), std::string::npos) << error.statement;
+    EXPECT_EQ(before.take(), "{0.a=i:1} {0.a=i:2}");
+    EXPECT_EQ(behind.take(), "");
+    EXPECT_TRUE(connection().rollback());
+    EXPECT_EQ(count(), "{0.n=i:1}");
+}
+
+TEST_P(Transaction, several_queries_need_one)
+{
+    make_table();
+    Noting_Printer printer;
+    const Database_Connection::Query query{Select_SQL().table("t").select("a"), &printer};
+    EXPECT_EQ(refused([&] { return connection().query_and_print(std::span(&query, 1)); }).message,
+              "several queries need an open transaction");
+    EXPECT_TRUE(is_usable());
+}
