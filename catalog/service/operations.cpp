@@ -23,23 +23,28 @@ Fault overload()
             overload_retry_after_s};
 }
 
-/// The set that a request is about, in one spelling; empty where the params do not say, which the store will refuse.
-bool find_set(const Write_Request& request, std::string& set, Fault& fault)
+/// Rows take more memory than the document that they come from: those of longer ones are made when they are needed.
+constexpr std::size_t longest_kept_as_rows = 256u << 10;
+
+/// Reads a request. What is no JSON at all, or no object, is told apart from an object that cannot be taken.
+bool read(Life_Step& step, Fault& fault)
 {
+    Error error;
+    if (read_step(step, error)) {
+        if (step.request.params.size() > longest_kept_as_rows) {
+            step.rows.tables.clear();
+        }
+        return true;
+    }
     std::vector<json_document::Member> members;
     std::string reason;
-    if (!json_document::split_object(request.params, members, &reason)) {
-        const bool is_json = json_document::validate(request.params);
+    if (json_document::split_object(step.request.params, members, &reason)) {
+        fault = fault_of(error);
+    } else {
+        const bool is_json = json_document::validate(step.request.params);
         fault = {is_json ? Fault_Kind::INVALID_PARAMS : Fault_Kind::PARSE_ERROR, reason};
-        return false;
     }
-    const auto member = std::ranges::find(members, "uuid", &json_document::Member::key);
-    if (member != members.end() && member->type == json_spirit::str_type) {
-        if (const auto uuid = read_uuid(json_document::unescape(member->text))) {
-            set = uuid_text(*uuid);
-        }
-    }
-    return true;
+    return false;
 }
 
 /// For a request that its sender did not name and that cannot be done twice: when the connection is lost after the commit,
@@ -165,16 +170,17 @@ void Operations::write(Protocol protocol, const Principal& principal, Write_Requ
         refuse_with(fault);
         return;
     }
-    std::string set;
-    Fault fault;
-    if (!find_set(request, set, fault)) {
-        refuse_with(fault);
-        return;
-    }
     request.principal = principal.name;
     request.queue = queue_commits_ && request.operation == Write_Operation::COMMIT;
     if (request.id.empty() && request.operation == Write_Operation::ABORT) {
         request.id = fresh_id();
+    }
+    Life_Step step;
+    step.request = std::move(request);
+    Fault fault;
+    if (!read(step, fault)) { // here, for other requests may be read at the same time
+        refuse_with(fault);
+        return;
     }
     const auto shared_taker = std::make_shared<Write_Taker>(std::move(taker));
     const auto answer_with = [this, watch, shared_taker](const Write_Answer& answer) {
@@ -191,7 +197,7 @@ void Operations::write(Protocol protocol, const Principal& principal, Write_Requ
         watch.done(outcome);
         (*shared_taker)(outcome, answer);
     };
-    if (!writes_.submit(std::move(request), std::move(set), answer_with)) {
+    if (!writes_.submit(std::move(step), answer_with)) {
         watch.done(overload());
         (*shared_taker)(overload(), {});
     }

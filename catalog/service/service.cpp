@@ -1,23 +1,27 @@
 #include "catalog/service/service.h"
 
+#include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace catalog::service {
 
 namespace {
 
-constexpr std::size_t sqlite_writers = 1; // there is one write lock: more would wait for each other
-constexpr std::size_t postgresql_writers = 8;
+/// How many connections write when nobody says it. SQLite has one write lock: more would wait for each other. A PostgreSQL
+/// server is taken to have as many processors as this machine: fewer connections would leave some idle, more would make
+/// the transactions smaller, which costs more than it gains.
+std::size_t suitable_writers(const std::string& database)
+{
+    return database.starts_with("sqlite:") ? 1 : std::clamp(std::thread::hardware_concurrency(), 2u, 8u);
+}
 
 class Store_Target final : public Write_Target
 {
 public:
     explicit Store_Target(std::unique_ptr<Catalog_Store> store) : store_(std::move(store)) {}
 
-    std::vector<Write_Answer> apply(std::span<const Write_Request> requests) override
-    {
-        return store_->apply(requests);
-    }
+    std::vector<Write_Answer> apply(std::span<Life_Step> steps) override { return store_->apply(steps); }
 
 private:
     std::unique_ptr<Catalog_Store> store_;
@@ -55,7 +59,7 @@ std::unique_ptr<Service> Service::start(Service_Options options, Error& error, s
         }
     }
     if (options.writes.writers == 0) {
-        options.writes.writers = options.database.starts_with("sqlite:") ? sqlite_writers : postgresql_writers;
+        options.writes.writers = suitable_writers(options.database);
     }
     std::unique_ptr<Service> service(new Service(options));
     const auto open = [database = options.database](Error& reason) { return open_store(database, reason); };

@@ -24,7 +24,7 @@ struct Service_Options
     bool queue_commits = false;
 
     Server_Options server = {};
-    Write_Options writes = {}; ///< `writers` 0: one for SQLite, eight for PostgreSQL
+    Write_Options writes = {}; ///< `writers` 0: one for SQLite, two to eight for PostgreSQL, by processors
     Read_Options reads = {};
     Admission_Options admission = {};
     std::chrono::milliseconds statement_limit = std::chrono::seconds(60); ///< of a read; 0: none

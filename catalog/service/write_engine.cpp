@@ -27,16 +27,16 @@ bool may_pass(const Error& error)
     return error.kind == Error::DATABASE && error.database.retryable();
 }
 
-std::vector<Write_Answer> apply_to(Write_Target& target, std::span<const Write_Request> requests)
+std::vector<Write_Answer> apply_to(Write_Target& target, std::span<Life_Step> steps)
 {
     std::vector<Write_Answer> answers;
     try {
-        answers = target.apply(requests);
+        answers = target.apply(steps);
     } catch (const std::exception& fault) {
         log_at(LM_ERROR, "A write failed: %C\n", fault.what());
         answers.clear();
     }
-    while (answers.size() < requests.size()) {
+    while (answers.size() < steps.size()) {
         answers.push_back({.error = internal_error("the write failed"), .uuid = {}, .pieces = {}});
     }
     return answers;
@@ -56,20 +56,23 @@ Write_Engine::~Write_Engine()
     stop();
 }
 
-bool Write_Engine::submit(Write_Request request, std::string set, Taker taker)
+bool Write_Engine::submit(Life_Step step, Taker taker)
 {
     {
         const std::lock_guard lock(mutex_);
-        const std::size_t bytes = request.params.size();
+        const std::size_t bytes = step.request.params.size();
         if (stopping_ || waiting_.size() >= options_.most_waiting
             || (!waiting_.empty() && waiting_bytes_ + bytes > options_.most_waiting_bytes))
         {
             return false;
         }
         waiting_bytes_ += bytes;
-        waiting_.push_back({std::move(request), std::move(set), std::move(taker), Clock::now()});
+        waiting_.push_back({std::move(step), std::move(taker), Clock::now()});
         waiting_count_ = waiting_.size();
         crowd_ = std::max(crowd_, waiting_.size() + in_flight_);
+        if (expecting_ > 0 && !is_time()) {
+            return true; // a writer waits for more
+        }
     }
     wake_.notify_one();
     return true;
@@ -100,26 +103,34 @@ void Write_Engine::run()
     }
 }
 
-/// The requests of one transaction: what the crowd comes to for each writer.
+/// The requests of one transaction: one writer's part of the crowd. A single writer takes half of it, so that the others
+/// can come again meanwhile; but few stay together, for whom one transaction less is worth more.
 std::size_t Write_Engine::share() const
 {
-    const std::size_t writers = std::max<std::size_t>(1, options_.writers);
-    return std::min((crowd_ + writers - 1) / writers, options_.most_together);
+    constexpr std::size_t few = 3;
+    const std::size_t parts = options_.writers > 1 ? options_.writers : crowd_ > few ? 2 : 1;
+    return std::min((crowd_ + parts - 1) / parts, options_.most_together);
 }
 
-/// False: it is time to take what waits.
+bool Write_Engine::is_time() const
+{
+    return stopping_ || waiting_.size() >= share() || waiting_.size() + in_flight_ >= crowd_;
+}
+
+/// Until it is time to take what waits; false: nobody came any more.
 bool Write_Engine::await_company(std::unique_lock<std::mutex>& lock)
 {
-    const bool all_here = waiting_.size() + in_flight_ >= crowd_;
-    if (stopping_ || waiting_.empty() || waiting_.size() >= share() || all_here) {
-        return false;
+    while (!waiting_.empty() && !is_time()) {
+        const Clock::time_point end = std::max(waiting_.front().came, last_answers_) + company_;
+        ++expecting_;
+        const std::cv_status status = wake_.wait_until(lock, end);
+        --expecting_;
+        if (status == std::cv_status::timeout && !is_time()) {
+            crowd_ = waiting_.size() + in_flight_;
+            return false;
+        }
     }
-    const Clock::time_point end = std::max(waiting_.front().came, last_answers_) + company_;
-    if (wake_.wait_until(lock, end) == std::cv_status::no_timeout) {
-        return true;
-    }
-    crowd_ = waiting_.size() + in_flight_;
-    return false;
+    return true;
 }
 
 /// What is written next; empty when there will be nothing any more.
@@ -127,24 +138,20 @@ Write_Engine::Batch Write_Engine::take()
 {
     std::unique_lock lock(mutex_);
     while (true) {
-        while (await_company(lock)) {
-        }
+        const std::size_t most = await_company(lock) ? share() : options_.most_together;
         Batch batch;
-        const std::size_t most = share();
         std::size_t bytes = 0;
-        std::set<std::string_view> passed; // sets whose earlier request has to wait
+        std::set<UUID_Bytes> passed; // sets whose earlier request has to wait
         for (auto place = waiting_.begin(); place != waiting_.end() && batch.size() < most;) {
-            const std::size_t size = place->request.params.size();
+            const std::size_t size = place->step.request.params.size();
             if (!batch.empty() && bytes + size > options_.most_together_bytes) {
                 break;
             }
-            if (!place->set.empty() && (busy_.contains(place->set) || passed.contains(place->set))) {
-                passed.insert(place->set);
+            const UUID_Bytes& set = place->step.uuid;
+            if (passed.contains(set) || !busy_.insert(set).second) {
+                passed.insert(set);
                 ++place;
                 continue;
-            }
-            if (!place->set.empty()) {
-                busy_.insert(place->set);
             }
             bytes += size;
             batch.push_back(std::move(*place));
@@ -175,14 +182,14 @@ void Write_Engine::work(Batch batch, std::unique_ptr<Write_Target>& target)
         const Clock::time_point begin = Clock::now();
         std::vector<Write_Answer> answers;
         if (target != nullptr) {
-            std::vector<Write_Request> requests;
-            requests.reserve(batch.size());
+            std::vector<Life_Step> steps;
+            steps.reserve(batch.size());
             for (Pending& pending : batch) {
-                requests.push_back(std::move(pending.request));
+                steps.push_back(std::move(pending.step));
             }
-            answers = apply_to(*target, requests);
+            answers = apply_to(*target, steps);
             for (std::size_t i = 0; i < batch.size(); ++i) {
-                batch[i].request = std::move(requests[i]);
+                batch[i].step = std::move(steps[i]);
             }
         } else {
             Write_Answer answer;
@@ -234,16 +241,14 @@ void Write_Engine::note_answers(std::size_t count, Clock::time_point begun)
 void Write_Engine::finish(Pending& pending, Write_Answer answer)
 {
     pending.taker(std::move(answer)); // before the set is free: its answers come in the order of its requests
-    if (!pending.set.empty()) {
-        bool blocked = false;
-        {
-            const std::lock_guard lock(mutex_);
-            busy_.erase(pending.set);
-            blocked = !waiting_.empty();
-        }
-        if (blocked) {
-            wake_.notify_one(); // the next request of the set may have been passed over
-        }
+    bool blocked = false;
+    {
+        const std::lock_guard lock(mutex_);
+        busy_.erase(pending.step.uuid);
+        blocked = !waiting_.empty();
+    }
+    if (blocked) {
+        wake_.notify_one(); // the next request of the set may have been passed over
     }
 }
 
@@ -255,7 +260,7 @@ void Write_Engine::fail_expired(const Error& error)
         const std::lock_guard lock(mutex_);
         const Clock::time_point now = Clock::now();
         while (!waiting_.empty() && waiting_.front().came + options_.patience <= now) {
-            waiting_bytes_ -= waiting_.front().request.params.size();
+            waiting_bytes_ -= waiting_.front().step.request.params.size();
             expired.push_back(std::move(waiting_.front()));
             waiting_.pop_front();
         }

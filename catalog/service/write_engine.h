@@ -2,12 +2,12 @@
 //
 // Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction. Clients that wait
 // for each answer come in a crowd, whose size is known from how many were here at once of late: each thread takes its share
-// of it, and gives those who were just answered a moment to come again. When they do not come, the crowd is taken to be
-// those who are here. Requests of one set are applied one after the other in the order in which they came. A lost database
+// of it, and gives those who were just answered a moment to come again. When they do not come, the crowd is
+// taken to be those who are here. Requests of one set are applied one after the other in the order in which they came. A lost database
 // is opened anew; requests meanwhile wait for a while and fail then. Thread-safe.
 #pragma once
 
-#include "catalog/store/write_request.h"
+#include "catalog/store/life_step.h"
 
 #include <atomic>
 #include <chrono>
@@ -31,8 +31,8 @@ class Write_Target
 public:
     virtual ~Write_Target() = default;
 
-    /// One answer for each request; see `Catalog_Store::apply`.
-    virtual std::vector<Write_Answer> apply(std::span<const Write_Request> requests) = 0;
+    /// One answer for each step; see `Catalog_Store::apply`.
+    virtual std::vector<Write_Answer> apply(std::span<Life_Step> steps) = 0;
 };
 
 struct Write_Options
@@ -61,9 +61,8 @@ public:
     Write_Engine& operator=(const Write_Engine&) = delete;
     ~Write_Engine(); ///< stops
 
-    /// `set` names the set that is written; requests without one are in nobody's way. False, and no answer, when too
-    /// many wait or the engine has stopped.
-    bool submit(Write_Request request, std::string set, Taker taker);
+    /// The step has been read. False, and no answer, when too many wait or the engine has stopped.
+    bool submit(Life_Step step, Taker taker);
 
     /// Takes no more, answers all that waits, ends the threads.
     void stop();
@@ -75,8 +74,7 @@ private:
 
     struct Pending
     {
-        Write_Request request;
-        std::string set;
+        Life_Step step;
         Taker taker;
         Clock::time_point came;
     };
@@ -88,6 +86,7 @@ private:
     Batch take();
     void work(Batch batch, std::unique_ptr<Write_Target>& target);
     std::size_t share() const;
+    bool is_time() const;
     bool await_company(std::unique_lock<std::mutex>& lock);
     void note_answers(std::size_t count, Clock::time_point begun);
     void finish(Pending& pending, Write_Answer answer);
@@ -100,11 +99,12 @@ private:
     std::condition_variable wake_;
     std::list<Pending> waiting_;
     std::size_t waiting_bytes_ = 0;
-    std::set<std::string, std::less<>> busy_; ///< sets that are being written
-    std::size_t in_flight_ = 0;               ///< requests that are being written
-    std::size_t crowd_ = 0;                   ///< most that waited or were being written at once, of late
-    Clock::time_point last_answers_;          ///< when a transaction's answers went out
-    Clock::duration company_{};               ///< for how long those who got them are waited for
+    std::set<UUID_Bytes> busy_;      ///< sets that are being written
+    std::size_t in_flight_ = 0;      ///< requests that are being written
+    std::size_t crowd_ = 0;          ///< most that waited or were being written at once, of late
+    Clock::time_point last_answers_; ///< when a transaction's answers went out
+    Clock::duration company_{};      ///< for how long those who got them are waited for
+    std::size_t expecting_ = 0;      ///< writers that wait for company
     bool stopping_ = false;
     std::atomic<std::size_t> waiting_count_ = 0;
 

@@ -206,13 +206,16 @@ bool Catalog_Store::migrate(int& from, int& to, Error& error)
 
 void Catalog_Store::prepare_to_write()
 {
-    if (std::exchange(is_prepared_to_write_, true) || connection_->dialect() != SQL_Dialect::SQLITE) {
+    if (std::exchange(is_prepared_to_write_, true)) {
         return;
     }
-    // What is kept of pages to take a statement back need not go through a temporary file, and pages that many sets share
-    // need not go from the log to the database every few transactions. Where this fails, which the connection logs,
-    // writing is slower and no more.
-    connection_->execute_script("PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000");
+    // SQLite: what is kept of pages to take a statement back need not go through a temporary file, and pages that many sets
+    // share need not go from the log to the database every few transactions. PostgreSQL: sets are looked up by their keys,
+    // for which there is nothing to plan anew each time. Where this fails, which the connection logs, or is lost with a
+    // connection that was made anew, writing is slower and no more.
+    const bool is_sqlite = connection_->dialect() == SQL_Dialect::SQLITE;
+    connection_->execute_script(is_sqlite ? "PRAGMA temp_store = MEMORY; PRAGMA wal_autocheckpoint = 4000"
+                                          : "SET plan_cache_mode = force_generic_plan");
 }
 
 Record_Result Catalog_Store::record(std::string_view document)

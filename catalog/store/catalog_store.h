@@ -7,7 +7,7 @@
 
 #include "catalog/schema/set_type.h"
 #include "catalog/store/catalog_error.h"
-#include "catalog/store/write_request.h"
+#include "catalog/store/life_step.h"
 #include "platform/database/database_connection.h"
 #include "platform/json/value.h"
 
@@ -222,6 +222,10 @@ public:
     /// the effect for `answers_are_kept`, and the same request (principal, id, operation, params) gets it again. A request
     /// whose id is longer than `longest_request_id` is refused.
     std::vector<Write_Answer> apply(std::span<const Write_Request> requests, std::time_t now = std::time(nullptr));
+
+    /// The same for requests that have been read (`read_step`). Their rows may be gone afterwards; they can be applied
+    /// again nevertheless.
+    std::vector<Write_Answer> apply(std::span<Life_Step> steps, std::time_t now = std::time(nullptr));
 
     /// Applies the oldest waiting commits of the queue, at most `limit`, each removed in one transaction with its effect.
     /// `answers` tells what became of each; empty: none waits. What is refused (REFUSED, CONFLICT, STATE, or a value that

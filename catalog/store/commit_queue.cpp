@@ -195,6 +195,12 @@ std::vector<Write_Answer> Catalog_Store::apply(std::span<const Write_Request> re
     return Set_Life(*connection_, now).apply(requests);
 }
 
+std::vector<Write_Answer> Catalog_Store::apply(std::span<Life_Step> steps, std::time_t now)
+{
+    prepare_to_write();
+    return Set_Life(*connection_, now).apply(steps);
+}
+
 bool Catalog_Store::apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error)
 {
     prepare_to_write();

@@ -43,14 +43,14 @@ bool read_pieces_member(const std::vector<Member>& members, Life_Step& step, Err
 /// {"uuid": …}, and of a step that adds pieces {"uuid": …, "pieces": […]}.
 bool read_parameters(Life_Step& step, Error& error)
 {
-    if (step.request->params.size() > longest_document) {
+    if (step.request.params.size() > longest_document) {
         return refuse(error, {},
-                      "the params have " + std::to_string(step.request->params.size()) + " bytes; at most "
+                      "the params have " + std::to_string(step.request.params.size()) + " bytes; at most "
                           + std::to_string(longest_document) + " can be taken");
     }
     std::vector<Member> members;
     std::string reason;
-    if (!json_document::split_object(step.request->params, members, &reason)) {
+    if (!json_document::split_object(step.request.params, members, &reason)) {
         return refuse(error, {}, "the params cannot be read: " + reason);
     }
     return read_uuid_member(members, step.uuid, error)
@@ -59,16 +59,16 @@ bool read_parameters(Life_Step& step, Error& error)
 
 bool read_set(Life_Step& step, Error& error)
 {
-    if (!read_document(step.request->params, step.rows, error)) {
+    if (!read_document(step.request.params, step.rows, error)) {
         return false;
     }
     step.uuid = step.rows.uuid;
-    if (step.operation() != Write_Operation::UPDATE || step.request->uuid.empty()) {
+    if (step.operation() != Write_Operation::UPDATE || step.request.uuid.empty()) {
         return true;
     }
-    const auto named = read_uuid(step.request->uuid);
+    const auto named = read_uuid(step.request.uuid);
     if (!named) {
-        return refuse(error, "uuid", shown(step.request->uuid) + " is no UUID of a set");
+        return refuse(error, "uuid", shown(step.request.uuid) + " is no UUID of a set");
     }
     return *named == step.uuid
            || refuse(error, "uuid", "the document is of set " + uuid_text(step.uuid) + ", not of " + uuid_text(*named));
@@ -78,9 +78,9 @@ bool read_set(Life_Step& step, Error& error)
 
 bool read_step(Life_Step& step, Error& error)
 {
-    if (step.request->id.size() > longest_request_id) {
+    if (step.request.id.size() > longest_request_id) {
         return refuse(error, "id",
-                      "the request's id has " + std::to_string(step.request->id.size()) + " bytes; at most "
+                      "the request's id has " + std::to_string(step.request.id.size()) + " bytes; at most "
                           + std::to_string(longest_request_id) + " are taken");
     }
     const bool has_document =
@@ -88,8 +88,8 @@ bool read_step(Life_Step& step, Error& error)
     if (!(has_document ? read_set(step, error) : read_parameters(step, error))) {
         return false;
     }
-    if (!step.request->id.empty()) {
-        step.key = request_key(*step.request);
+    if (!step.request.id.empty()) {
+        step.key = request_key(step.request);
     }
     return true;
 }

@@ -61,7 +61,7 @@ void describe(const Set_Rows& rows, Write_Answer& answer)
 
 std::string compact_document(const Life_Step& step)
 {
-    return json_document::compact(step.request->params);
+    return json_document::compact(step.request.params);
 }
 
 /// What an open set keeps of a document: its pieces are rows of their own.
@@ -114,6 +114,18 @@ std::vector<Life_Step*> later_rounds(std::span<Life_Step* const> steps)
     return later;
 }
 
+/// In the order of their sets, by which rows go in as `record` writes them; those of one set as they stand.
+std::vector<Life_Step*> pointers(std::span<Life_Step> steps)
+{
+    std::vector<Life_Step*> all;
+    all.reserve(steps.size());
+    for (Life_Step& step : steps) {
+        all.push_back(&step);
+    }
+    std::ranges::stable_sort(all, {}, &Life_Step::uuid);
+    return all;
+}
+
 class Ignoring_Printer : public database::sql::Query_Result_Token_Printer
 {
 public:
@@ -143,35 +155,49 @@ std::vector<Write_Answer> Set_Life::apply(std::span<const Write_Request> request
     for (std::size_t i = 0; i < requests.size(); ++i) {
         Life_Step step;
         step.index = i;
-        step.request = &requests[i];
+        step.request = requests[i];
         if (read_step(step, answers_[i].error)) {
             steps.push_back(std::move(step));
         }
     }
-    if (!steps.empty() && !apply_steps(steps)) {
-        for (const Life_Step& step : steps) {
-            answer(step) = {};
-            answer(step).uuid = uuid_text(step.uuid);
-            fail(answer(step).error, failure_);
-        }
-    }
+    apply_or_fail(pointers(steps));
     return std::move(answers_);
 }
 
-bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
+std::vector<Write_Answer> Set_Life::apply(std::span<Life_Step> steps)
 {
-    // Rows go in by the order of their sets, as `record` writes them.
-    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
+    answers_.resize(steps.size());
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        steps[i].index = i;
+    }
+    apply_or_fail(pointers(steps));
+    return std::move(answers_);
+}
+
+void Set_Life::apply_or_fail(std::vector<Life_Step*> steps)
+{
+    if (steps.empty() || apply_steps(steps)) {
+        return;
+    }
+    for (const Life_Step* const step : steps) {
+        answer(*step) = {};
+        answer(*step).uuid = uuid_text(step->uuid);
+        fail(answer(*step).error, failure_);
+    }
+}
+
+bool Set_Life::apply_steps(std::span<Life_Step* const> steps)
+{
     // A request that is given twice gets the answer of the first.
     std::map<UUID_Bytes, const Life_Step*> first;
     std::vector<std::pair<const Life_Step*, const Life_Step*>> repeated;
     std::vector<Life_Step*> asked;
-    for (Life_Step& step : steps) {
-        const auto place = step.key ? first.emplace(*step.key, &step).first : first.end();
-        if (place != first.end() && place->second != &step) {
-            repeated.emplace_back(&step, place->second);
+    for (Life_Step* const step : steps) {
+        const auto place = step->key ? first.emplace(*step->key, step).first : first.end();
+        if (place != first.end() && place->second != step) {
+            repeated.emplace_back(step, place->second);
         } else {
-            asked.push_back(&step);
+            asked.push_back(step);
         }
     }
     bool done = false;
@@ -186,7 +212,8 @@ bool Set_Life::apply_steps(std::vector<Life_Step>& steps)
     return true;
 }
 
-/// What nearly all transactions are: one round, and nobody recorded one of its sets meanwhile. Not done: nothing happened.
+/// What nearly all transactions are: one round, no request was here before, and nobody recorded one of the sets meanwhile.
+/// Else a key is there already, of an answer or of a set. Not done: nothing happened.
 bool Set_Life::apply_at_once(std::span<Life_Step* const> steps, bool& done)
 {
     if (!later_rounds(steps).empty()) {
@@ -198,16 +225,14 @@ bool Set_Life::apply_at_once(std::span<Life_Step* const> steps, bool& done)
     }
     Look_Ups look_ups(connection_);
     lock(look_ups, steps);
-    look_up_remembered(look_ups, steps);
     look_up(look_ups, steps, false);
     if (!look_ups.run()) {
         return database_failed();
     }
-    const std::vector<Life_Step*> left = without_remembered(steps);
-    if (!load_pieces(left) || !plan(left)) {
+    if (!load_pieces(steps) || !plan(steps)) {
         return false;
     }
-    const Expected_Constraint expected(connection_); // a set may be committed already
+    const Expected_Constraint expected(connection_);
     done = transaction.commit(take_statements());
     return done || content_refused();
 }
@@ -251,14 +276,12 @@ bool Set_Life::apply_waiting(std::size_t limit)
         return database_failed();
     }
     answers_.resize(waiting.size());
-    std::vector<Write_Request> requests(waiting.size());
     std::vector<Life_Step> steps;
     steps.reserve(waiting.size());
     for (std::size_t i = 0; i < waiting.size(); ++i) {
-        requests[i].params = std::move(waiting[i].document);
         Life_Step step;
         step.index = i;
-        step.request = &requests[i];
+        step.request.params = std::move(waiting[i].document);
         step.queue_id = waiting[i].id;
         if (read_step(step, answers_[i].error)) {
             steps.push_back(std::move(step));
@@ -269,16 +292,10 @@ bool Set_Life::apply_waiting(std::size_t limit)
             }
         }
     }
-    std::ranges::stable_sort(steps, {}, &Life_Step::uuid);
-    std::vector<Life_Step*> all;
-    all.reserve(steps.size());
-    for (Life_Step& step : steps) {
-        all.push_back(&step);
-    }
+    const std::vector<Life_Step*> all = pointers(steps);
     Look_Ups look_ups(connection_);
     lock(look_ups, all);
-    return (look_ups.run() || database_failed()) && run_rounds(std::move(all))
-           && (transaction.commit() || database_failed());
+    return (look_ups.run() || database_failed()) && run_rounds(all) && (transaction.commit() || database_failed());
 }
 
 /// On a server, others who change the same sets wait until the end of the transaction. SQLite has one writer anyway.
@@ -295,14 +312,13 @@ void Set_Life::lock(Look_Ups& look_ups, std::span<Life_Step* const> steps) const
     // All take them in the same order, so that nobody waits for somebody who waits for him.
     std::ranges::sort(locks);
     locks.erase(std::unique(locks.begin(), locks.end()), locks.end());
-    std::string list = "[";
+    std::string list = "{";
     for (const std::int64_t number : locks) {
         list += (list.size() > 1 ? "," : "") + std::to_string(number);
     }
-    static const Select_SQL select =
-        Select_SQL().select("(SELECT count(pg_advisory_xact_lock(CAST(value AS bigint))) FROM "
-                            "json_array_elements_text(CAST(:locks AS json)))");
-    look_ups.add(Select_SQL(select).bind(":locks", list + ']'), std::make_unique<Ignoring_Printer>());
+    static const Select_SQL select = Select_SQL().select(
+        "(SELECT count(pg_advisory_xact_lock(number)) FROM unnest(CAST(:locks AS _int8)) AS number)");
+    look_ups.add(Select_SQL(select).bind(":locks", list + '}'), std::make_unique<Ignoring_Printer>());
 }
 
 void Set_Life::look_up_remembered(Look_Ups& look_ups, std::span<Life_Step* const> steps)
@@ -386,7 +402,7 @@ void Set_Life::look_up(Look_Ups& look_ups, std::span<Life_Step* const> steps, bo
         if (sets.empty() || sets.back() != step->uuid) {
             sets.push_back(step->uuid);
             // Of a commit it shows when the rows are there already; but not of one that goes into the queue.
-            if (carefully || step->operation() != Write_Operation::COMMIT || step->request->queue) {
+            if (carefully || step->operation() != Write_Operation::COMMIT || step->request.queue) {
                 doubtful.push_back(step->uuid);
             }
         }
@@ -483,7 +499,7 @@ void Set_Life::initialize(Life_Step& step, const Set_State& state)
         out_of_order(step, state, "unknown");
         return;
     }
-    std::string digest = content_digest(step.request->params);
+    std::string digest = content_digest(step.request.params);
     if (state.open) {
         if (digest != state.initialized) {
             conflict(step, "is open");
@@ -515,7 +531,7 @@ void Set_Life::complete(Life_Step& step, const Set_State& state)
         out_of_order(step, state, "open");
         return;
     }
-    std::string digest = content_digest(step.request->params);
+    std::string digest = content_digest(step.request.params);
     if (state.complete) {
         if (digest != state.completed) {
             conflict(step, "is complete");
@@ -557,13 +573,13 @@ bool Set_Life::commit(Life_Step& step, const Set_State& state)
             return false;
         }
     } else if (step.queue_id == 0 && !state.queued.empty()) {
-        const std::string digest = content_digest(step.request->params);
+        const std::string digest = content_digest(step.request.params);
         answer(step).queued = std::ranges::find(state.queued, digest) != state.queued.end();
         if (!answer(step).queued) {
             conflict(step, "is queued");
         }
     } else if (!state.open || is_of_type(step, state.type)) {
-        if (step.request->queue) {
+        if (step.request.queue) {
             enqueue(step);
         } else {
             commit_now(step, state);
@@ -587,14 +603,14 @@ bool Set_Life::commit_again(Life_Step& step)
         failure_ = error.database;
         return false;
     }
-    if (json_document::same_content(stored, step.request->params)) {
+    if (json_document::same_content(stored, step.request.params)) {
         return true;
     }
     std::string digest;
     if (!committed_digest(step.uuid, digest)) {
         return false;
     }
-    if (digest.empty() || digest != content_digest(step.request->params)) {
+    if (digest.empty() || digest != content_digest(step.request.params)) {
         conflict(step, "is committed");
     }
     return true;
@@ -605,7 +621,7 @@ void Set_Life::enqueue(Life_Step& step)
     rows_.add(queued_commit_table,
               {Binding_Value(step.uuid), Binding_Value(step.rows.type->id), Binding_Value("waiting"),
                Binding_Value(stored_time(now_).value_or("1970-01-01 00:00:00")),
-               Binding_Value(content_digest(step.request->params)), Binding_Value(),
+               Binding_Value(content_digest(step.request.params)), Binding_Value(),
                Binding_Value(compact_document(step))});
     answer(step).queued = true;
 }
@@ -632,7 +648,7 @@ void Set_Life::commit_now(Life_Step& step, const Set_State& state)
         if (is_merged) {
             step.rows.tables.push_back(
                 {&backup_set_commit_table,
-                 {{Binding_Value(step.uuid), Binding_Value(content_digest(step.request->params)), Binding_Value()}}});
+                 {{Binding_Value(step.uuid), Binding_Value(content_digest(step.request.params)), Binding_Value()}}});
         }
     }
     describe(step.rows, answer(step));

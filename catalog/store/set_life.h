@@ -25,14 +25,17 @@ public:
     Set_Life(Database_Connection& connection, std::time_t now) : connection_(connection), now_(now) {}
 
     std::vector<Write_Answer> apply(std::span<const Write_Request> requests);
+    std::vector<Write_Answer> apply(std::span<Life_Step> steps);
 
     bool apply_queued(std::size_t limit, std::vector<Write_Answer>& answers, Error& error);
 
 private:
     using Statement = Database_Connection::Statement;
 
+    void apply_or_fail(std::vector<Life_Step*> steps);
+
     // Each is false when the database failed (`failure_`): then nothing at all can be done.
-    bool apply_steps(std::vector<Life_Step>& steps);
+    bool apply_steps(std::span<Life_Step* const> steps);
     bool apply_waiting(std::size_t limit);
     bool apply_at_once(std::span<Life_Step* const> steps, bool& done);
     bool apply_in_rounds(std::span<Life_Step* const> steps);

@@ -40,10 +40,7 @@ protected:
         {
         public:
             explicit Target(std::unique_ptr<Catalog_Store> store) : store_(std::move(store)) {}
-            std::vector<Write_Answer> apply(std::span<const Write_Request> requests) override
-            {
-                return store_->apply(requests);
-            }
+            std::vector<Write_Answer> apply(std::span<Life_Step> steps) override { return store_->apply(steps); }
 
         private:
             std::unique_ptr<Catalog_Store> store_;

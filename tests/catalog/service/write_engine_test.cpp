@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <future>
 #include <map>
 #include <thread>
@@ -54,21 +55,21 @@ class Fake_Target final : public Write_Target
 public:
     explicit Fake_Target(Fake_Database& database) : database_(database) {}
 
-    std::vector<Write_Answer> apply(std::span<const Write_Request> requests) override
+    std::vector<Write_Answer> apply(std::span<Life_Step> steps) override
     {
         std::unique_lock lock(database_.mutex);
         ++database_.now_inside;
         database_.changed.notify_all();
         database_.changed.wait(lock, [this] { return !database_.is_held; });
         --database_.now_inside;
-        std::vector<Write_Answer> answers(requests.size());
+        std::vector<Write_Answer> answers(steps.size());
         std::vector<std::string> params;
-        for (std::size_t i = 0; i < requests.size(); ++i) {
-            if (requests[i].params == "throw") {
+        for (std::size_t i = 0; i < steps.size(); ++i) {
+            if (steps[i].request.params == "throw") {
                 throw std::runtime_error("thrown");
             }
-            params.push_back(requests[i].params);
-            answers[i].uuid = requests[i].params;
+            params.push_back(steps[i].request.params);
+            answers[i].uuid = steps[i].request.params;
             if (database_.is_lost) {
                 answers[i].error = Fake_Database::lost();
             }
@@ -101,13 +102,15 @@ protected:
         };
     }
 
-    static std::future<Write_Answer> submit(Write_Engine& engine, const std::string& params,
-                                            const std::string& set = {})
+    /// The set is named by at most 16 characters; without a name it is one of its own.
+    std::future<Write_Answer> submit(Write_Engine& engine, const std::string& params, const std::string& set = {})
     {
         const auto answer = std::make_shared<std::promise<Write_Answer>>();
-        Write_Request request;
-        request.params = params;
-        if (!engine.submit(request, set, [answer](Write_Answer given) { answer->set_value(std::move(given)); })) {
+        const std::string name = set.empty() ? "set " + std::to_string(++unnamed_sets) : set;
+        Life_Step step;
+        step.request.params = params;
+        std::ranges::copy(name, step.uuid.begin());
+        if (!engine.submit(step, [answer](Write_Answer given) { answer->set_value(std::move(given)); })) {
             return {};
         }
         return answer->get_future();
@@ -125,6 +128,7 @@ protected:
     void release() { database.set(&Fake_Database::is_held, false); }
 
     Fake_Database database;
+    int unnamed_sets = 0;
 };
 
 TEST_F(Write_Engine_Test, requests_that_wait_share_a_transaction)
@@ -161,6 +165,53 @@ TEST_F(Write_Engine_Test, who_was_just_answered_comes_along_with_those_who_wait)
     EXPECT_EQ(database.batches, (std::vector<std::vector<std::string>>{{"first"}, {"a", "b"}}));
 }
 
+TEST_F(Write_Engine_Test, writers_take_their_shares_of_the_crowd)
+{
+    Write_Options options;
+    options.writers = 2;
+    Write_Engine engine(options, opener());
+    database.set(&Fake_Database::is_held, true);
+    auto a = submit(engine, "a");
+    ASSERT_TRUE(database.wait([this] { return database.now_inside == 1; }));
+    auto b = submit(engine, "b");
+    ASSERT_TRUE(database.wait([this] { return database.now_inside == 2; }));
+    std::vector<std::future<Write_Answer>> answers;
+    for (const char* const params : {"c", "d", "e", "f", "g", "h"}) {
+        answers.push_back(submit(engine, params)); // eight in all
+    }
+    release();
+    for (auto& answer : answers) {
+        answer.get();
+    }
+    for (const std::vector<std::string>& batch : database.batches) {
+        EXPECT_LE(batch.size(), 4u) << "half of them";
+    }
+}
+
+TEST_F(Write_Engine_Test, who_does_not_come_again_is_waited_for_once)
+{
+    Write_Options options;
+    options.most_company = 30s; // half of the transaction before is less
+    Write_Engine engine(options, opener());
+    auto first = hold(engine);
+    auto second = submit(engine, "a"); // a crowd of two
+    std::this_thread::sleep_for(2s);   // is how long the transaction takes
+    release();
+    const auto begin = std::chrono::steady_clock::now();
+    second.get();
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, 900ms) << "the first one might have come again";
+    // Now the crowd is one: nobody else is waited for, whatever the last transaction took.
+    database.set(&Fake_Database::is_held, true);
+    auto third = submit(engine, "b");
+    ASSERT_TRUE(database.wait([this] { return database.now_inside == 1; }));
+    std::this_thread::sleep_for(3s);
+    release();
+    third.get();
+    const auto again = std::chrono::steady_clock::now();
+    submit(engine, "c").get();
+    EXPECT_LT(std::chrono::steady_clock::now() - again, 1400ms);
+}
+
 TEST_F(Write_Engine_Test, each_gets_its_own_answer)
 {
     Write_Engine engine({}, opener());
@@ -179,13 +230,12 @@ TEST_F(Write_Engine_Test, requests_of_one_set_follow_each_other_in_order)
     answers.push_back(submit(engine, "x2", "x"));
     answers.push_back(submit(engine, "y1", "y"));
     answers.push_back(submit(engine, "x3", "x"));
-    answers.push_back(submit(engine, "no set"));
+    answers.push_back(submit(engine, "z1"));
     release();
     for (auto& answer : answers) {
         answer.get();
     }
-    EXPECT_EQ(database.batches,
-              (std::vector<std::vector<std::string>>{{"first"}, {"x1", "y1", "no set"}, {"x2"}, {"x3"}}));
+    EXPECT_EQ(database.batches, (std::vector<std::vector<std::string>>{{"first"}, {"x1", "y1", "z1"}, {"x2"}, {"x3"}}));
 }
 
 TEST_F(Write_Engine_Test, several_writers_never_have_the_same_set)
