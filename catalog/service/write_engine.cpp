@@ -165,6 +165,9 @@ Write_Engine::Batch Write_Engine::take()
             return batch;
         }
         if (!batch.empty()) {
+            if (!waiting_.empty()) {
+                wake_.notify_one(); // another writer may be free for the rest
+            }
             return batch;
         }
         wake_.wait(lock);

@@ -129,6 +129,26 @@ TEST_P(Remembered_Answers_Test, equal_requests_in_one_batch_have_one_effect)
     EXPECT_EQ(count("remembered_answer"), 2);
 }
 
+TEST_P(Remembered_Answers_Test, a_repeated_request_takes_nothing_from_those_beside_it)
+{
+    bring(uuid(1), "open");
+    const Write_Request add = request(Operation::ADD_PIECE, pieces(uuid(1), piece("a")), "1");
+    const Write_Answer added = apply(add);
+    const std::vector<Write_Answer> answers =
+        apply_all({request(Operation::COMMIT, small(uuid(2)), "2"), add,
+                   request(Operation::ADD_PIECE, pieces(uuid(1), piece("b")), "3"),
+                   request(Operation::COMMIT, small(uuid(3)), "4")});
+    expect_same(added, answers[1]);
+    EXPECT_EQ(count("open_set_pieces"), 2);
+    for (const std::size_t fresh : {0u, 2u, 3u}) {
+        EXPECT_FALSE(answers[fresh].error) << answers[fresh].error.message;
+        EXPECT_FALSE(answers[fresh].repeated);
+    }
+    EXPECT_TRUE(exists(uuid(2)));
+    EXPECT_TRUE(exists(uuid(3)));
+    EXPECT_EQ(count("remembered_answer"), 4);
+}
+
 TEST_P(Remembered_Answers_Test, equal_requests_at_the_same_time_have_one_effect)
 {
     constexpr std::size_t clients = 4;

@@ -435,3 +435,27 @@ TEST_P(Set_Life_Test, a_database_that_fails_has_done_nothing_and_says_so_to_all)
     EXPECT_EQ(count("remembered_answer"), 0);
     EXPECT_EQ(apply(Operation::COMMIT, small(uuid(2)), "1").error.kind, Error::NONE);
 }
+
+TEST_P(Set_Life_Test, a_step_that_was_read_is_applied_with_its_rows_or_without)
+{
+    std::vector<Life_Step> steps(2);
+    for (unsigned i = 0; i < 2; ++i) {
+        Error error;
+        steps[i].request = request(Operation::COMMIT, small(uuid(i + 1), R"("name":"n")"), std::to_string(i));
+        ASSERT_TRUE(read_step(steps[i], error)) << error.message;
+    }
+    steps[1].rows.tables.clear();
+    for (const bool repeated : {false, true})
+    { // a caller may not know whether the database was lost before or behind it
+        for (const Write_Answer& answer : store().apply(steps, now)) {
+            EXPECT_FALSE(answer.error) << answer.error.message;
+            EXPECT_EQ(answer.repeated, repeated);
+        }
+    }
+    for (unsigned i = 0; i < 2; ++i) {
+        std::string document;
+        Error error;
+        EXPECT_TRUE(store().document(uuid(i + 1), document, error)) << error.message;
+        EXPECT_EQ(document, small(uuid(i + 1), R"("name":"n")"));
+    }
+}
