@@ -2,8 +2,8 @@
 //
 // Some threads with a connection each take what waits, of distinct sets, and apply it in one transaction. Clients that wait
 // for each answer come in a crowd, whose size is known from how many were here at once of late: each thread takes its share
-// of it, and gives those who were just answered a moment to come again. When they do not come, the crowd is
-// taken to be those who are here. Requests of one set are applied one after the other in the order in which they came. A lost database
+// of it, and gives those who were just answered a moment to come again. When they do not come, the crowd is taken to be
+// those who are here. Requests of one set are applied one after the other in the order in which they came. A lost database
 // is opened anew; requests meanwhile wait for a while and fail then. Thread-safe.
 #pragma once
 
@@ -42,7 +42,7 @@ struct Write_Options
     std::size_t most_waiting_bytes = 256u << 20;  ///< of their params
     std::size_t most_together = 64;               ///< requests of one transaction
     std::size_t most_together_bytes = 8u << 20;   ///< of their params; one request may have more
-    std::chrono::microseconds most_company{2000}; ///< that moment; never more than half of the last transaction
+    std::chrono::microseconds most_company{2000}; ///< that moment; and at most half of the last transaction
     std::chrono::milliseconds patience{5000};     ///< how long a request waits for a database that is lost
     std::chrono::milliseconds most_pace{1000};    ///< between two attempts to open a lost database
 };
@@ -79,8 +79,6 @@ private:
         Clock::time_point came;
     };
     using Batch = std::vector<Pending>;
-
-    class Writer;
 
     void run();
     Batch take();
