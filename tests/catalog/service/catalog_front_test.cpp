@@ -114,13 +114,17 @@ TEST_F(Admission, refuses_writes_as_unavailable_while_the_database_is_away)
     Write_Engine hasty(options, no_target);
     Operations impatient(hasty, reads, metrics, false);
     Catalog_Front away(impatient, nullptr);
-    std::promise<Reply> answer;
-    away.answer(Web_Request{"POST", "/kx/r/v2/sets", "", "application/json", "", "{}"}, Principal{"", Role::OPERATOR},
-                [&](Reply reply) { answer.set_value(std::move(reply)); });
-    const Reply reply = answer.get_future().get();
+    const auto commit = [&](const char* document) {
+        std::promise<Reply> answer;
+        away.answer(Web_Request{"POST", "/kx/r/v2/sets", "", "application/json", "", document},
+                    Principal{"", Role::OPERATOR}, [&](Reply reply) { answer.set_value(std::move(reply)); });
+        return answer.get_future().get();
+    };
+    const Reply reply = commit(R"({"catalog_module":"oracle_exp","uuid":"00000000-0000-0000-0000-000000000001"})");
     EXPECT_EQ(reply.status, 503);
     ASSERT_EQ(reply.headers.size(), 1u);
     EXPECT_EQ(reply.headers[0].first, "Retry-After");
+    EXPECT_EQ(commit("{}").status, 422) << "what is wrong by itself needs no database";
 }
 
 } // namespace
