@@ -6,7 +6,6 @@
 
 #include <openssl/rand.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace catalog::service {

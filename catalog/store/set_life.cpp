@@ -95,23 +95,25 @@ SQL forget_open(const UUID_Bytes& uuid)
     return with_set(sql, uuid);
 }
 
-/// The steps that have to wait for others: steps of one set follow each other, only pieces are added by several at once.
-/// `steps` are in the order of their sets, and so is the result.
-std::vector<Life_Step*> later_rounds(std::span<Life_Step* const> steps)
+/// Steps of one set follow each other; only pieces are added by several at once.
+struct Round
+{
+    std::vector<Life_Step*> now;
+    std::vector<Life_Step*> later; ///< those that have to wait for others
+};
+
+/// The next round of steps, which are in the order of their sets, as its parts are.
+Round next_round(std::span<Life_Step* const> steps)
 {
     const auto adds = [](const Life_Step* step) { return step->operation() == Write_Operation::ADD_PIECE; };
-    std::vector<Life_Step*> later;
-    const Life_Step* last = nullptr; // of this round
+    Round round;
     for (Life_Step* const step : steps) {
+        auto& [now, later] = round;
         const bool is_next = later.empty() || later.back()->uuid != step->uuid;
-        const bool is_first = last == nullptr || last->uuid != step->uuid;
-        if (is_next && (is_first || (adds(step) && adds(last)))) {
-            last = step;
-        } else {
-            later.push_back(step);
-        }
+        const bool is_first = now.empty() || now.back()->uuid != step->uuid;
+        (is_next && (is_first || (adds(step) && adds(now.back()))) ? now : later).push_back(step);
     }
-    return later;
+    return round;
 }
 
 /// In the order of their sets, by which rows go in as `record` writes them; those of one set as they stand.
@@ -216,7 +218,7 @@ bool Set_Life::apply_steps(std::span<Life_Step* const> steps)
 /// Else a key is there already, of an answer or of a set. Not done: nothing happened.
 bool Set_Life::apply_at_once(std::span<Life_Step* const> steps, bool& done)
 {
-    if (!later_rounds(steps).empty()) {
+    if (!next_round(steps).later.empty()) {
         return true;
     }
     Database_Transaction transaction(connection_, Database_Transaction::WRITE);
@@ -351,12 +353,11 @@ std::vector<Life_Step*> Set_Life::without_remembered(std::span<Life_Step* const>
 bool Set_Life::run_rounds(std::vector<Life_Step*> steps)
 {
     while (!steps.empty()) {
-        std::vector<Life_Step*> later = later_rounds(steps);
-        std::erase_if(steps, [&](Life_Step* step) { return std::ranges::find(later, step) != later.end(); });
-        if (!run(steps)) {
+        Round round = next_round(steps);
+        if (!run(round.now)) {
             return false;
         }
-        steps = std::move(later);
+        steps = std::move(round.later);
     }
     return true;
 }

@@ -121,6 +121,17 @@ TEST_P(Rest_Front, tells_malformed_bodies_from_refused_ones)
     EXPECT_EQ(rest("POST", sets, {}, small(uuid(1)), {}, "").status, 200);
 }
 
+TEST_P(Rest_Front, a_long_document_is_kept_whole)
+{
+    // Longer than what waits with its rows.
+    const std::string document =
+        small(uuid(1), R"("filler":")" + std::string(600'000, 'x') + R"(","pieces":[{"path":"p"}])");
+    EXPECT_EQ(rest("POST", sets, {}, document).status, 200);
+    const Answer answer = rest("GET", "/kx/r/v2/sets/" + uuid(1));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_TRUE(answer.body == document);
+}
+
 TEST_P(Rest_Front, an_unknown_path_names_those_that_there_are)
 {
     const Answer answer = rest("GET", "/kx/r/v2/set");

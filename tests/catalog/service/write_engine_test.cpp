@@ -188,6 +188,22 @@ TEST_F(Write_Engine_Test, writers_take_their_shares_of_the_crowd)
     }
 }
 
+TEST_F(Write_Engine_Test, a_single_writer_takes_half_of_many_so_that_the_others_come_again_meanwhile)
+{
+    Write_Engine engine({}, opener());
+    hold(engine);
+    std::vector<std::future<Write_Answer>> answers;
+    for (const char* const params : {"a", "b", "c", "d", "e", "f", "g"}) {
+        answers.push_back(submit(engine, params)); // eight in all
+    }
+    release();
+    for (auto& answer : answers) {
+        answer.get();
+    }
+    EXPECT_EQ(database.batches,
+              (std::vector<std::vector<std::string>>{{"first"}, {"a", "b", "c", "d"}, {"e", "f", "g"}}));
+}
+
 TEST_F(Write_Engine_Test, who_does_not_come_again_is_waited_for_once)
 {
     Write_Options options;

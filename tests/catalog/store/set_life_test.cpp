@@ -445,8 +445,8 @@ TEST_P(Set_Life_Test, a_step_that_was_read_is_applied_with_its_rows_or_without)
         ASSERT_TRUE(read_step(steps[i], error)) << error.message;
     }
     steps[1].rows.tables.clear();
-    for (const bool repeated : {false, true})
-    { // a caller may not know whether the database was lost before or behind it
+    // A caller may not know whether the database was lost before or behind it.
+    for (const bool repeated : {false, true}) {
         for (const Write_Answer& answer : store().apply(steps, now)) {
             EXPECT_FALSE(answer.error) << answer.error.message;
             EXPECT_EQ(answer.repeated, repeated);

@@ -1,6 +1,7 @@
 #include "tests/platform/database/database_test.h"
 
 #include <chrono>
+#include <thread>
 
 namespace {
 
@@ -79,6 +80,28 @@ TEST_P(Time_Limit, undoes_what_a_late_statement_has_written)
     std::int64_t changed = -1;
     ASSERT_TRUE(connection().execute(SQL("DELETE FROM numbers"), &changed));
     EXPECT_EQ(changed, 0);
+}
+
+TEST_P(Time_Limit, holds_for_the_last_statements_of_a_transaction)
+{
+    script("CREATE TABLE numbers (i BIGINT)");
+    const Log_Capture log;
+    const auto insert = [](std::int64_t count) -> Database_Connection::Statement {
+        return SQL("INSERT INTO numbers WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n "
+                   "WHERE i < :count) SELECT i FROM n")
+            .bind(":count", count);
+    };
+    const Database_Connection::Statement quick = insert(5000);
+    const Database_Connection::Statement late = insert(1000000000000);
+    connection().time_limit(1s);
+    ASSERT_TRUE(connection().begin_write());
+    EXPECT_TRUE(run(SQL("SELECT 1")));
+    std::this_thread::sleep_for(1100ms); // the time of the query before does not count
+    EXPECT_TRUE(connection().commit(std::span(&quick, 1))) << connection().last_error().text();
+    ASSERT_TRUE(connection().begin_write());
+    EXPECT_FALSE(connection().commit(std::span(&late, 1)));
+    EXPECT_EQ(connection().last_error().kind, Database_Error::CANCELLED) << connection().last_error().text();
+    EXPECT_EQ(rows("SELECT count(*) AS n FROM numbers"), "{0.n=i:5000}");
 }
 
 } // namespace
